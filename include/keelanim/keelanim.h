@@ -1,0 +1,28 @@
+#pragma once
+
+// Keelanim: the whole public interface of the animation-curve engine.
+// Hosts include this header only.
+
+#include "keelanim/base/angle.h"
+#include "keelanim/base/animTime.h"
+#include "keelanim/base/arena.h"
+#include "keelanim/base/array.h"
+#include "keelanim/base/bitField.h"
+#include "keelanim/base/clientServer.h"
+#include "keelanim/base/dictionary.h"
+#include "keelanim/base/environment.h"
+#include "keelanim/base/export.h"
+#include "keelanim/base/hashTable.h"
+#include "keelanim/base/messageCenter.h"
+#include "keelanim/base/metaclass.h"
+#include "keelanim/base/numeric.h"
+#include "keelanim/base/preferences.h"
+#include "keelanim/base/relmark.h"
+#include "keelanim/base/sharedObject.h"
+#include "keelanim/base/translator.h"
+#include "keelanim/base/tstring.h"
+
+#include "keelanim/keys/keyframe.h"
+#include "keelanim/keys/keyframeArrays.h"
+#include "keelanim/keys/pickParts.h"
+#include "keelanim/keys/tangentType.h"

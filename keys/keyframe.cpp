@@ -1,0 +1,444 @@
+#include "keelanim/keys/keyframe.h"
+
+#include "keelanim/base/arena.h"
+#include "keelanim/base/numeric.h"
+#include "keelanim/base/translator.h"
+#include "keelanim/keys/pickParts.h"
+
+#include <bit>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <new>
+
+namespace {
+
+constexpr unsigned long kKeyBlockSize = 64;
+constexpr unsigned long kKeysPerPage = 1024;
+constexpr std::uint64_t kSlotBitsMask = 0xFull;  // selection and hidden bits
+
+static_assert(sizeof(Tkeyframe) == kKeyBlockSize, "keys fill one arena block exactly");
+
+TcompactArena& keyArena()
+{
+    // Never destroyed: keys owned by statics of the host may outlive any
+    // destruction order we could choose.
+    static auto* arena =
+        new TcompactArena(kKeyBlockSize, kKeysPerPage, TmallocAllocator::mallocAllocator(), "Tkeyframe");
+    return *arena;
+}
+
+// Seconds for a float slot: clamped and snapped.
+float clampSnapSeconds(float seconds)
+{
+    return static_cast<float>(snapToZero(narrowToFloat(seconds), kTangentSnap));
+}
+
+float clampSnapTangent(float component)
+{
+    return static_cast<float>(snapToZero(narrowToFloat(component), kTangentSnap));
+}
+
+double clampSnapValue(double value)
+{
+    return snapToZero(std::fmin(std::fmax(value, -kDoubleMax), kDoubleMax), kValueSnap);
+}
+
+// Single precision without clamping: beyond the float range the component
+// becomes infinite.
+float narrowUnclamped(double value)
+{
+    if (value > kFloatMax) {
+        return std::numeric_limits<float>::infinity();
+    }
+    if (value < -kFloatMax) {
+        return -std::numeric_limits<float>::infinity();
+    }
+    return static_cast<float>(value);
+}
+
+float auxComponent(double aux)
+{
+    if (aux < -kDoubleMax) {
+        return -std::numeric_limits<float>::infinity();
+    }
+    if (aux > kDoubleMax) {
+        return std::numeric_limits<float>::infinity();
+    }
+    return narrowUnclamped(snapToZero(aux, kValueSnap));
+}
+
+// The key-tangent preference's default types. Only an item of the
+// key-tangent preference class is accepted, and that class is not part of
+// this build yet, so the spline default always holds for now.
+bool keyTangentDefaults(TtangentType&, TtangentType&)
+{
+    return false;
+}
+
+} // namespace
+
+bool Tkeyframe::fsOverrideTangentsForBlockingMode = false;
+
+// --- Construction --------------------------------------------------------------
+
+void Tkeyframe::initialise(TtangentType in, TtangentType out)
+{
+    updateGlobalTangentTypes(in, out);
+    setLocked(false);
+    setTangentsLocked(true);
+    setWeightsLocked(true);
+    setInterpMethod(kInterpSegment);
+}
+
+Tkeyframe::Tkeyframe()
+{
+    initialise(kTangentGlobal, kTangentGlobal);
+}
+
+Tkeyframe::Tkeyframe(float seconds, double value, TtangentType in, TtangentType out)
+{
+    setTime(seconds);
+    setValue(value);
+    initialise(in, out);
+}
+
+Tkeyframe::Tkeyframe(TanimTime time, double value, TtangentType in, TtangentType out)
+{
+    fFlags.set(kTickTimeBit);
+    setTime(time);
+    setValue(value);
+    initialise(in, out);
+}
+
+Tkeyframe::Tkeyframe(TtimeValue const& time, double value, TtangentType in, TtangentType out)
+{
+    fFlags.setTo(kTickTimeBit, time.isTicks());
+    if (time.isTicks()) {
+        fTime = time.rawSlot();
+    } else {
+        setTime(time.floatSeconds());
+    }
+    setValue(value);
+    initialise(in, out);
+}
+
+Tkeyframe::Tkeyframe(float seconds, double value, double quatComponent, TtangentType in, TtangentType out)
+    : Tkeyframe(seconds, value, in, out)
+{
+    if (!std::isnan(quatComponent)) {
+        fQuatComponent = narrowUnclamped(quatComponent);
+    }
+}
+
+Tkeyframe::Tkeyframe(TanimTime time, double value, double quatComponent, TtangentType in, TtangentType out)
+    : Tkeyframe(time, value, in, out)
+{
+    if (!std::isnan(quatComponent)) {
+        fQuatComponent = narrowUnclamped(quatComponent);
+    }
+}
+
+Tkeyframe::Tkeyframe(TtimeValue const& time, double value, double quatComponent, TtangentType in,
+                     TtangentType out)
+    : Tkeyframe(time, value, in, out)
+{
+    if (!std::isnan(quatComponent)) {
+        fQuatComponent = narrowUnclamped(quatComponent);
+    }
+}
+
+Tkeyframe::Tkeyframe(TtimeValue const& time) : Tkeyframe(time, 0.0, kTangentGlobal, kTangentGlobal)
+{
+    fQuatComponent = 0.0f;
+}
+
+Tkeyframe& Tkeyframe::operator=(Tkeyframe const& other)
+{
+    if (this == &other) {
+        return *this;
+    }
+    std::uint64_t const ownSlotBits = fFlags.word() & kSlotBitsMask;
+    fValue = other.fValue;
+    fTime = other.fTime;
+    fTanInX = other.fTanInX;
+    fTanInY = other.fTanInY;
+    fTanInType = other.fTanInType;
+    fTanOutX = other.fTanOutX;
+    fTanOutY = other.fTanOutY;
+    fTanOutType = other.fTanOutType;
+    fFlags = other.fFlags;
+    fQuatComponent = other.fQuatComponent;
+    fEulerSampleCache = nullptr;
+
+    setActive(TbitField32(kPickPartsMask), false);
+    setActive(TbitField32(static_cast<std::uint32_t>(ownSlotBits & kPickPartsMask)), true);
+    fFlags.setTo(kHiddenBit, (ownSlotBits & (1u << kHiddenBit)) != 0);
+    return *this;
+}
+
+Tkeyframe::Tkeyframe(Tkeyframe const& other)
+{
+    *this = other;
+    fFlags.clearMask(kSlotBitsMask);
+}
+
+void* Tkeyframe::operator new(std::size_t bytes)
+{
+    void* block = nullptr;
+    if (!TpureArena::sPurifyInUse && bytes <= kKeyBlockSize) {
+        block = keyArena().allocate(bytes, 1);
+    }
+    if (block == nullptr) {
+        block = std::malloc(bytes);
+    }
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    return block;
+}
+
+void Tkeyframe::operator delete(void* block)
+{
+    // The arena tells its own blocks from system ones, so the bypass switch
+    // may change while keys are alive.
+    keyArena().deallocate(block);
+}
+
+// --- Time ----------------------------------------------------------------------
+
+TtimeValue Tkeyframe::timeValue() const
+{
+    return isTickTime() ? TtimeValue(animTime()) : TtimeValue(floatTime());
+}
+
+double Tkeyframe::seconds() const
+{
+    return isTickTime() ? animTime().seconds() : double(floatTime());
+}
+
+float Tkeyframe::floatTime() const
+{
+    return std::bit_cast<float>(fTime);
+}
+
+TanimTime Tkeyframe::animTime() const
+{
+    return TanimTime::fromTicks(std::bit_cast<std::int32_t>(fTime));
+}
+
+bool Tkeyframe::setTime(float seconds)
+{
+    if (std::isnan(seconds)) {
+        return false;
+    }
+    fTime = std::bit_cast<std::uint32_t>(narrowToFloat(seconds));
+    return true;
+}
+
+bool Tkeyframe::setTime(TanimTime time)
+{
+    fTime = std::bit_cast<std::uint32_t>(time.ticks());
+    return true;
+}
+
+bool Tkeyframe::setTime(TtimeValue const& time)
+{
+    if (time.isTicks()) {
+        fTime = time.rawSlot();
+        return true;
+    }
+    float const seconds = time.floatSeconds();
+    if (std::isnan(seconds)) {
+        return false;
+    }
+    fTime = std::bit_cast<std::uint32_t>(clampSnapSeconds(seconds));
+    return true;
+}
+
+// --- Value ---------------------------------------------------------------------
+
+bool Tkeyframe::setValue(double value)
+{
+    if (std::isnan(value)) {
+        return false;
+    }
+    fValue = clampSnapValue(value);
+    return true;
+}
+
+bool Tkeyframe::setTimeAndValue(TtimeValue const& time, double value, double aux)
+{
+    bool const timeIsNaN = !time.isTicks() && std::isnan(time.seconds());
+    if (timeIsNaN || std::isnan(value) || std::isnan(aux)) {
+        return false;
+    }
+    setTime(time);
+    setValue(value);
+    fQuatComponent = auxComponent(aux);
+    return true;
+}
+
+// --- Tangents ------------------------------------------------------------------
+
+void Tkeyframe::getTanIn(float& x, float& y) const
+{
+    x = fTanInX;
+    y = fTanInY;
+}
+
+void Tkeyframe::getTanOut(float& x, float& y) const
+{
+    x = fTanOutX;
+    y = fTanOutY;
+}
+
+bool Tkeyframe::setTanIn(float x, float y)
+{
+    if (std::isnan(x) || std::isnan(y)) {
+        return false;
+    }
+    fTanInX = clampSnapTangent(x < 0.0f ? 0.0f : x);
+    fTanInY = clampSnapTangent(y);
+    return true;
+}
+
+bool Tkeyframe::setTanOut(float x, float y)
+{
+    if (std::isnan(x) || std::isnan(y)) {
+        return false;
+    }
+    fTanOutX = clampSnapTangent(x < 0.0f ? 0.0f : x);
+    fTanOutY = clampSnapTangent(y);
+    return true;
+}
+
+bool Tkeyframe::blockingOverrideApplies() const
+{
+    return isTickTime() && fsOverrideTangentsForBlockingMode && !TglobalTranslatorBase::writingFileCondition();
+}
+
+TtangentType Tkeyframe::tanInType() const
+{
+    return blockingOverrideApplies() ? kTangentStep : fTanInType;
+}
+
+TtangentType Tkeyframe::tanOutType() const
+{
+    return blockingOverrideApplies() ? kTangentStep : fTanOutType;
+}
+
+void Tkeyframe::setTanInType(TtangentType type)
+{
+    if (type == kTangentGlobal) {
+        updateGlobalTangentTypes(kTangentGlobal, fTanOutType);
+    } else {
+        fTanInType = type;
+    }
+}
+
+void Tkeyframe::setTanOutType(TtangentType type)
+{
+    if (type == kTangentGlobal) {
+        updateGlobalTangentTypes(fTanInType, kTangentGlobal);
+    } else {
+        fTanOutType = type;
+    }
+}
+
+void Tkeyframe::updateGlobalTangentTypes(TtangentType in, TtangentType out)
+{
+    TtangentType defaultIn = kTangentSpline;
+    TtangentType defaultOut = kTangentSpline;
+    keyTangentDefaults(defaultIn, defaultOut);
+    fTanInType = in == kTangentGlobal ? defaultIn : in;
+    fTanOutType = out == kTangentGlobal ? defaultOut : out;
+}
+
+bool Tkeyframe::isTangentTypeLocked(TtangentType type)
+{
+    // Only plug-in kinds can be locked, by their registration; no plug-in
+    // registry is part of this build yet, so every plug-in type is unknown.
+    (void)type;
+    return false;
+}
+
+// --- Flags ---------------------------------------------------------------------
+
+TbitField32 Tkeyframe::activeParts() const
+{
+    return TbitField32(static_cast<std::uint32_t>(fFlags.word() & kPickPartsMask));
+}
+
+void Tkeyframe::setActive(TbitField32 const& parts, bool on)
+{
+    if (on) {
+        TbitField32 const merged = mergePickParts(activeParts(), parts);
+        fFlags.clearMask(kPickPartsMask);
+        fFlags.setMask(merged.word() & kPickPartsMask);
+    } else {
+        fFlags.clearMask(parts.word() & kPickPartsMask);
+    }
+}
+
+Tkeyframe::TspanInterpMethod Tkeyframe::interpMethod() const
+{
+    if (fFlags.isSet(kForcedInterpBit)) {
+        return kInterpLinear;
+    }
+    if (blockingOverrideApplies() || fTanOutType == kTangentStep) {
+        return kInterpStep;
+    }
+    if (fTanOutType == kTangentStepNext) {
+        return kInterpStepNext;
+    }
+    return kInterpSegment;
+}
+
+void Tkeyframe::setInterpMethod(TspanInterpMethod method)
+{
+    fFlags.setTo(kForcedInterpBit, method == kInterpLinear);
+}
+
+// --- Order ---------------------------------------------------------------------
+
+bool operator==(Tkeyframe const& a, Tkeyframe const& b)
+{
+    return std::fabs(a.seconds() - b.seconds()) <= kTimeTolerance;
+}
+
+bool operator<(Tkeyframe const& a, Tkeyframe const& b)
+{
+    return a.seconds() < b.seconds() - kTimeTolerance;
+}
+
+bool operator<=(Tkeyframe const& a, Tkeyframe const& b)
+{
+    return a.seconds() <= b.seconds() + kTimeTolerance;
+}
+
+bool operator>(Tkeyframe const& a, Tkeyframe const& b)
+{
+    return a.seconds() > b.seconds() + kTimeTolerance;
+}
+
+bool operator>=(Tkeyframe const& a, Tkeyframe const& b)
+{
+    return a.seconds() >= b.seconds() - kTimeTolerance;
+}
+
+// --- TNLEData ------------------------------------------------------------------
+
+TanimTime TNLEData::toZeva(TanimTime const& time) const
+{
+    std::int32_t const local = clampToInt32(double(time.ticks()) - fSourceStart);
+    std::int32_t const scaled = clampToInt32(local / fScale);
+    return TanimTime::fromTicks(clampToInt32(double(scaled) + fDestinationStart));
+}
+
+TanimTime TNLEData::fromZeva(TanimTime const& time) const
+{
+    std::int32_t const local = clampToInt32(double(time.ticks()) - fDestinationStart);
+    std::int32_t const scaled = clampToInt32(local * fScale);
+    return TanimTime::fromTicks(clampToInt32(double(scaled) + fSourceStart));
+}
