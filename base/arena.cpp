@@ -19,7 +19,21 @@ unsigned long roundUpToAlignment(unsigned long size)
 
 } // namespace
 
-bool TpureArena::sPurifyInUse = false;
+// Under AddressSanitizer every block goes to the system allocator by
+// default, so that the checker sees each one on its own.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kMemoryCheckerBuild = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+constexpr bool kMemoryCheckerBuild = true;
+#else
+constexpr bool kMemoryCheckerBuild = false;
+#endif
+#else
+constexpr bool kMemoryCheckerBuild = false;
+#endif
+
+bool TpureArena::sPurifyInUse = kMemoryCheckerBuild;
 
 Tallocator::~Tallocator() = default;
 

@@ -205,6 +205,11 @@ void Tkeyframe::operator delete(void* block)
     keyArena().deallocate(block);
 }
 
+TcompactArena const& Tkeyframe::arena()
+{
+    return keyArena();
+}
+
 // --- Time ----------------------------------------------------------------------
 
 TtimeValue Tkeyframe::timeValue() const

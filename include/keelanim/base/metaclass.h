@@ -80,6 +80,11 @@ T const* keelCast(U const* object)
     return static_cast<T const*>(object);
 }
 
+// Declares a class's record pointer; place it before the class.
+#define KEEL_DECLARE_METACLASS(Class)                                                              \
+    class Class;                                                                                   \
+    extern KEEL_API Tmetaclass* Class##Tmeta
+
 // Declares the type-test members of a class inside its body. The root of a
 // family declares typeof() and cast() virtual itself; KEEL_TYPED then
 // overrides them.

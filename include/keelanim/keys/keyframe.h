@@ -38,6 +38,7 @@ inline constexpr double kTangentSnap = 1e-5;
 inline constexpr double kValueSnap = 1e-10;
 
 class TNLEData;
+class TcompactArena;
 
 class KEEL_API Tkeyframe {
 public:
@@ -90,6 +91,8 @@ public:
 
     static void* operator new(std::size_t bytes);
     static void operator delete(void* block);
+    // The arena all keys share, for memory accounting.
+    static TcompactArena const& arena();
 
     // --- Time --------------------------------------------------------------
     bool isTickTime() const { return fFlags.isSet(kTickTimeBit); }

@@ -1,0 +1,118 @@
+#include <keelanim/keelanim.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+constexpr double kExact = 0.0;
+
+TEST(AnimTime, UnitsConvertBothWays)
+{
+    struct Case {
+        double fValue;
+        TtimeUnitSystem fUnit;
+        int fTicks;
+    };
+    Case const cases[] = {
+        {1.0, kSeconds, 6000},    {-2.5, kSeconds, -15000}, {1.0, kFilm, 250},   {3.0, kNTSCFrame, 600},
+        {1.0, kMinutes, 360000},  {500.0, kMilliseconds, 3000}, {7.0, kTicks, 7}, {1.0, kPALFrame, 240},
+    };
+    for (Case const& c : cases) {
+        TanimTime const t(c.fValue, c.fUnit);
+        EXPECT_EQ(t.ticks(), c.fTicks) << c.fValue << " in unit " << c.fUnit;
+        EXPECT_NEAR(t.valueInThisUnit(c.fUnit), c.fValue, kExact);
+    }
+}
+
+TEST(AnimTime, RoundsTiesToEvenAndClampsAndRefusesNaN)
+{
+    EXPECT_EQ(TanimTime(0.5, kTicks).ticks(), 0);
+    EXPECT_EQ(TanimTime(1.5, kTicks).ticks(), 2);
+    EXPECT_EQ(TanimTime(-2.5, kTicks).ticks(), -2);
+    EXPECT_EQ(TanimTime(1e12, kSeconds).ticks(), std::numeric_limits<std::int32_t>::max());
+    EXPECT_EQ(TanimTime(-1e12, kSeconds).ticks(), std::numeric_limits<std::int32_t>::min());
+    EXPECT_EQ(TanimTime(std::nan(""), kSeconds).ticks(), 0);
+    EXPECT_EQ(TanimTime(1.0, static_cast<TtimeUnitSystem>(99)).ticks(), 0);
+    EXPECT_EQ(TanimTime::fromTicks(5).valueInThisUnit(static_cast<TtimeUnitSystem>(-1)), 0.0);
+}
+
+TEST(AnimTime, ArithmeticSaturates)
+{
+    TanimTime const big = TanimTime::fromTicks(std::numeric_limits<std::int32_t>::max());
+    EXPECT_EQ((big + TanimTime::fromTicks(10)).ticks(), std::numeric_limits<std::int32_t>::max());
+    TanimTime const small = TanimTime::fromTicks(std::numeric_limits<std::int32_t>::min());
+    EXPECT_EQ((small - TanimTime::fromTicks(10)).ticks(), std::numeric_limits<std::int32_t>::min());
+    EXPECT_LT(TanimTime::fromTicks(-6000), TanimTime::fromTicks(0));
+}
+
+TEST(TimeValue, FormsAndConversions)
+{
+    TtimeValue const zero;
+    EXPECT_FALSE(zero.isTicks());
+    EXPECT_EQ(zero.seconds(), 0.0);
+    TtimeValue const seconds(1.5f);
+    EXPECT_FALSE(seconds.isTicks());
+    EXPECT_EQ(seconds.seconds(), 1.5);
+    EXPECT_EQ(seconds.asAnimTime().ticks(), 9000);
+    TtimeValue const ticks(TanimTime::fromTicks(3000));
+    EXPECT_TRUE(ticks.isTicks());
+    EXPECT_EQ(ticks.seconds(), 0.5);
+    EXPECT_EQ(ticks.animTime().ticks(), 3000);
+}
+
+TEST(TimeValue, ComparisonAcrossForms)
+{
+    TtimeValue const half(0.5f);
+    TtimeValue const halfTicks(TanimTime::fromTicks(3000));
+    EXPECT_TRUE(half == halfTicks);
+    EXPECT_FALSE(half != halfTicks);
+    EXPECT_TRUE(TtimeValue(TanimTime::fromTicks(-1)) < TtimeValue(TanimTime::fromTicks(0)));
+    EXPECT_TRUE(TtimeValue(0.4f) < halfTicks);
+    EXPECT_TRUE(halfTicks <= half);
+    EXPECT_TRUE(halfTicks >= half);
+    EXPECT_FALSE(halfTicks > half);
+}
+
+TEST(TimeValue, ArithmeticKeepsTicksOnlyWhenBothAreTicks)
+{
+    TtimeValue const a(TanimTime::fromTicks(6000));
+    TtimeValue const b(TanimTime::fromTicks(1500));
+    TtimeValue const sum = a + b;
+    EXPECT_TRUE(sum.isTicks());
+    EXPECT_EQ(sum.animTime().ticks(), 7500);
+    EXPECT_EQ((a - b).animTime().ticks(), 4500);
+    TtimeValue const mixed = a + TtimeValue(0.25f);
+    EXPECT_FALSE(mixed.isTicks());
+    EXPECT_EQ(mixed.seconds(), 1.25);
+    EXPECT_EQ(a / b, 4.0);
+    EXPECT_EQ(a / TtimeValue(), 0.0) << "division by a zero time answers 0";
+    EXPECT_EQ((b * 2.5f).animTime().ticks(), 3750);
+    EXPECT_EQ((TtimeValue(2.0f) * 0.5f).seconds(), 1.0);
+    EXPECT_EQ((TtimeValue(3e38f) * 10.0f).seconds(), double(kFloatMax)) << "seconds clamp, never overflow";
+}
+
+TEST(Angle, UnitsQuarterAndSum)
+{
+    Tangle const right(90.0, kDegrees);
+    EXPECT_NEAR(right.radians(), Tangle::sQuarter.radians(), 1e-15);
+    EXPECT_NEAR((right + Tangle::sQuarter).degrees(), 180.0, 1e-12);
+    EXPECT_NEAR(Tangle(270.0, kDegrees, true).degrees(), -90.0, 1e-12);
+    EXPECT_NEAR(Tangle(-180.0, kDegrees, true).degrees(), 180.0, 1e-12) << "wrapping keeps (-180, 180]";
+    EXPECT_NEAR(Tangle(60.0, kAngularMinutes).degrees(), 1.0, 1e-12);
+}
+
+TEST(Numeric, ClampsWithoutUndefinedBehaviour)
+{
+    EXPECT_EQ(narrowToFloat(1e300), kFloatMax);
+    EXPECT_EQ(narrowToFloat(-std::numeric_limits<double>::infinity()), -kFloatMax);
+    EXPECT_TRUE(std::isnan(narrowToFloat(std::nan(""))));
+    EXPECT_EQ(clampToInt32(2.5), 2);
+    EXPECT_EQ(clampToInt32(3.5), 4);
+    EXPECT_EQ(snapToZero(9e-6, 1e-5), 0.0);
+    EXPECT_EQ(snapToZero(-1e-5, 1e-5), -1e-5) << "the tolerance itself is not snapped";
+}
+
+} // namespace
