@@ -28,7 +28,7 @@ double wrapToHalfTurn(double radians)
     return wrapped;
 }
 
-} // namespace
+}  // namespace
 
 Tangle const Tangle::sQuarter(std::numbers::pi / 2.0, kRadians);
 

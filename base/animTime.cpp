@@ -44,10 +44,7 @@ TanimTime operator-(TanimTime a, TanimTime b)
 
 TtimeValue::TtimeValue(float seconds) : fSlot(std::bit_cast<std::uint32_t>(seconds)) {}
 
-TtimeValue::TtimeValue(TanimTime time)
-    : fSlot(std::bit_cast<std::uint32_t>(time.ticks())), fIsTicks(true)
-{
-}
+TtimeValue::TtimeValue(TanimTime time) : fSlot(std::bit_cast<std::uint32_t>(time.ticks())), fIsTicks(true) {}
 
 float TtimeValue::floatSeconds() const
 {

@@ -17,7 +17,7 @@ unsigned long roundUpToAlignment(unsigned long size)
     return (size + kBlockAlignment - 1) / kBlockAlignment * kBlockAlignment;
 }
 
-} // namespace
+}  // namespace
 
 // Under AddressSanitizer every block goes to the system allocator by
 // default, so that the checker sees each one on its own.
@@ -102,12 +102,9 @@ void TcompactPage::release(unsigned slot)
     }
 }
 
-TcompactArena::TcompactArena(unsigned long elementSize, unsigned long perPage, Tallocator& allocator,
-                             char const* name)
-    : fElementSize(roundUpToAlignment(elementSize)),
-      fPerPage(std::clamp(perPage, 1ul, 1ul << 20)),
-      fAllocator(allocator),
-      fName(name != nullptr ? name : "")
+TcompactArena::TcompactArena(unsigned long elementSize, unsigned long perPage, Tallocator& allocator, char const* name)
+    : fElementSize(roundUpToAlignment(elementSize)), fPerPage(std::clamp(perPage, 1ul, 1ul << 20)),
+      fAllocator(allocator), fName(name != nullptr ? name : "")
 {
 }
 
@@ -130,9 +127,8 @@ TcompactPage* TcompactArena::newPage()
         fAllocator.deallocate(blocks);
         return nullptr;
     }
-    auto at = std::lower_bound(fPages.begin(), fPages.end(), blocks, [](PageRecord const& r, unsigned char* p) {
-        return std::less<>()(r.fStart, p);
-    });
+    auto at = std::lower_bound(fPages.begin(), fPages.end(), blocks,
+                               [](PageRecord const& r, unsigned char* p) { return std::less<>()(r.fStart, p); });
     fPages.insert(at, PageRecord{blocks, page});
     return page;
 }
@@ -163,16 +159,15 @@ void* TcompactArena::allocate(unsigned long bytes, unsigned long count)
 TcompactArena::PageRecord const* TcompactArena::owningPage(void const* block) const
 {
     auto const* address = static_cast<unsigned char const*>(block);
-    auto after = std::upper_bound(fPages.begin(), fPages.end(), address,
-                                  [](unsigned char const* p, PageRecord const& r) {
-                                      return std::less<>()(p, r.fStart);
-                                  });
+    auto after =
+        std::upper_bound(fPages.begin(), fPages.end(), address,
+                         [](unsigned char const* p, PageRecord const& r) { return std::less<>()(p, r.fStart); });
     if (after == fPages.begin()) {
         return nullptr;
     }
     PageRecord const& record = *(after - 1);
-    bool const inside = std::less_equal<>()(record.fStart, address) &&
-                        std::less<>()(address, record.fStart + fElementSize * fPerPage);
+    bool const inside =
+        std::less_equal<>()(record.fStart, address) && std::less<>()(address, record.fStart + fElementSize * fPerPage);
     return inside ? &record : nullptr;
 }
 

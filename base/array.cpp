@@ -20,7 +20,7 @@ bool byteCount(unsigned elementSize, unsigned count, std::size_t& bytes)
     return true;
 }
 
-} // namespace
+}  // namespace
 
 Tarray::Tarray(unsigned elementSize, unsigned initialCount) : fElementSize(elementSize == 0 ? 1 : elementSize)
 {

@@ -56,10 +56,10 @@ bool TclientServer::addClient(Tclient* client, Tmetaclass* filter, TclientCallba
     return true;
 }
 
-bool TclientServer::addClient(Tclient* client, Tmetaclass* filter1, TclientCallback callback1,
-                              Tmetaclass* filter2, TclientCallback callback2, Tmetaclass* filter3,
-                              TclientCallback callback3, Tmetaclass* filter4, TclientCallback callback4,
-                              Tmetaclass* filter5, TclientCallback callback5)
+bool TclientServer::addClient(Tclient* client, Tmetaclass* filter1, TclientCallback callback1, Tmetaclass* filter2,
+                              TclientCallback callback2, Tmetaclass* filter3, TclientCallback callback3,
+                              Tmetaclass* filter4, TclientCallback callback4, Tmetaclass* filter5,
+                              TclientCallback callback5)
 {
     bool added = false;
     added |= addClient(client, filter1, callback1);
@@ -148,9 +148,8 @@ bool TclientServer::hasClient(Tclient const* client) const
 
 bool TclientServer::hasMessage(Tmetaclass* type) const
 {
-    return std::any_of(fRegistrations.begin(), fRegistrations.end(), [type](Registration const& r) {
-        return r.fClient != nullptr && isTypeOf(type, r.fFilter);
-    });
+    return std::any_of(fRegistrations.begin(), fRegistrations.end(),
+                       [type](Registration const& r) { return r.fClient != nullptr && isTypeOf(type, r.fFilter); });
 }
 
 unsigned TclientServer::clientCount() const

@@ -9,7 +9,7 @@ int clampLevels(int levels)
 {
     return levels < 1 ? 1 : (levels > kMaxLevels ? kMaxLevels : levels);
 }
-} // namespace
+}  // namespace
 
 TdictionaryNode::TdictionaryNode(int levels)
     : fLevels(clampLevels(levels)), fForward(new TdictionaryNode*[static_cast<unsigned>(fLevels)]())

@@ -19,7 +19,7 @@ unsigned roundUpToPowerOfTwo(unsigned n)
     return p;
 }
 
-} // namespace
+}  // namespace
 
 std::uint32_t ThashUtil::hash32(void const* data, unsigned length, unsigned seed)
 {
@@ -33,7 +33,7 @@ std::uint32_t ThashUtil::hash32(void const* data, unsigned length, unsigned seed
     unsigned const blocks = length / 4;
     for (unsigned i = 0; i < blocks; ++i) {
         std::uint32_t k = 0;
-        std::memcpy(&k, bytes + i * 4, 4);
+        std::memcpy(&k, bytes + std::size_t(i) * 4, 4);
         k *= c1;
         k = rotl32(k, 15);
         k *= c2;

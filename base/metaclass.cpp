@@ -6,16 +6,13 @@ namespace {
 // Constant-initialised, so records built by static initialisers in any
 // order find a valid list head.
 Tmetaclass* sRegistryHead = nullptr;
-} // namespace
+}  // namespace
 
 Tmetaclass::Tmetaclass(Tmetaclass** slot, char const* name, unsigned instanceSize, TconstructorProc constructProc,
                        unsigned, bool, Tmetaclass** parent1, Tmetaclass** parent2, Tmetaclass** parent3,
                        Tmetaclass** parent4)
-    : fSlot(slot),
-      fName(name != nullptr ? name : ""),
-      fInstanceSize(instanceSize),
-      fConstruct(constructProc),
-      fParents{parent1, parent2, parent3, parent4}
+    : fSlot(slot), fName(name != nullptr ? name : ""), fInstanceSize(instanceSize),
+      fConstruct(constructProc), fParents{parent1, parent2, parent3, parent4}
 {
     if (fSlot != nullptr) {
         *fSlot = this;

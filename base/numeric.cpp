@@ -6,7 +6,7 @@
 namespace {
 constexpr double kInt32Min = std::numeric_limits<std::int32_t>::min();
 constexpr double kInt32Max = std::numeric_limits<std::int32_t>::max();
-} // namespace
+}  // namespace
 
 std::int32_t clampToInt32(double value)
 {

@@ -29,7 +29,7 @@ TinitRegistry& initRegistry()
     return registry;
 }
 
-} // namespace
+}  // namespace
 
 TpreferenceItem::~TpreferenceItem()
 {
@@ -113,10 +113,9 @@ void TinitBasket::initializeAll()
     registry.fRunning = true;
     registry.fInitialised = true;
     while (!registry.fPending.empty()) {
-        auto next = std::min_element(registry.fPending.begin(), registry.fPending.end(),
-                                     [](TpendingInit const& a, TpendingInit const& b) {
-                                         return a.fPriority < b.fPriority;
-                                     });
+        auto next =
+            std::min_element(registry.fPending.begin(), registry.fPending.end(),
+                             [](TpendingInit const& a, TpendingInit const& b) { return a.fPriority < b.fPriority; });
         void (*initialize)() = next->fInitialize;
         registry.fPending.erase(next);
         initialize();

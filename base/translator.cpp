@@ -3,7 +3,7 @@
 namespace {
 bool sReadingFile = false;
 bool sWritingFile = false;
-} // namespace
+}  // namespace
 
 bool TglobalTranslatorBase::readingFileCondition()
 {

@@ -9,19 +9,18 @@
 
 namespace {
 
-template <class Array>
-void printKeys(char const* title, Array const& keys)
+template <class Array> void printKeys(char const* title, Array const& keys)
 {
     std::printf("%s (%u keys)\n", title, keys.count());
     std::printf("  %-5s %-12s %-10s %-8s %-8s %s\n", "index", "time (s)", "value", "in", "out", "form");
     for (unsigned i = 0; i < keys.count(); ++i) {
         Tkeyframe const* key = keys.at(i);
-        std::printf("  %-5u %-12.6f %-10.4f %-8d %-8d %s\n", i, key->seconds(), key->value(),
-                    int(key->tanInType()), int(key->tanOutType()), key->isTickTime() ? "ticks" : "seconds");
+        std::printf("  %-5u %-12.6f %-10.4f %-8d %-8d %s\n", i, key->seconds(), key->value(), int(key->tanInType()),
+                    int(key->tanOutType()), key->isTickTime() ? "ticks" : "seconds");
     }
 }
 
-} // namespace
+}  // namespace
 
 int main()
 {
@@ -42,8 +41,8 @@ int main()
     // A tick curve's keys: 6000 ticks per second, exact signed order.
     TanimTimeKeyframePtrArray tickKeys(false, 8);
     for (int const ticks : {6000, -6000, 12000, 0, 3000}) {
-        owned.push_back(std::make_unique<Tkeyframe>(TanimTime::fromTicks(ticks), ticks / 6000.0, kTangentStep,
-                                                    kTangentStep));
+        owned.push_back(
+            std::make_unique<Tkeyframe>(TanimTime::fromTicks(ticks), ticks / 6000.0, kTangentStep, kTangentStep));
         tickKeys.insert(owned.back().get());
     }
     printKeys("\ntick keys", tickKeys);

@@ -76,7 +76,7 @@ bool keyTangentDefaults(TtangentType&, TtangentType&)
     return false;
 }
 
-} // namespace
+}  // namespace
 
 bool Tkeyframe::fsOverrideTangentsForBlockingMode = false;
 
@@ -139,8 +139,7 @@ Tkeyframe::Tkeyframe(TanimTime time, double value, double quatComponent, Ttangen
     }
 }
 
-Tkeyframe::Tkeyframe(TtimeValue const& time, double value, double quatComponent, TtangentType in,
-                     TtangentType out)
+Tkeyframe::Tkeyframe(TtimeValue const& time, double value, double quatComponent, TtangentType in, TtangentType out)
     : Tkeyframe(time, value, in, out)
 {
     if (!std::isnan(quatComponent)) {

@@ -2,18 +2,16 @@
 
 template <class Order>
 TkeyframeSortedArray<Order>::TkeyframeSortedArray(bool allowDuplicates, unsigned sizeHint)
-    : TsortedArray(sizeof(Tkeyframe*), sizeHint, allowDuplicates)
+    : TsortedArray(sizeof(Tkeyframe*), sizeHint, allowDuplicates)  // NOLINT(bugprone-sizeof-expression): pointer slots
 {
 }
 
-template <class Order>
-Tkeyframe* TkeyframeSortedArray<Order>::at(unsigned index) const
+template <class Order> Tkeyframe* TkeyframeSortedArray<Order>::at(unsigned index) const
 {
     return index < count() ? keys()[index] : nullptr;
 }
 
-template <class Order>
-unsigned TkeyframeSortedArray<Order>::firstOfEqual(Key probe, unsigned index) const
+template <class Order> unsigned TkeyframeSortedArray<Order>::firstOfEqual(Key probe, unsigned index) const
 {
     while (index > 0) {
         Tkeyframe const* previous = keys()[index - 1];
@@ -29,8 +27,7 @@ unsigned TkeyframeSortedArray<Order>::firstOfEqual(Key probe, unsigned index) co
     return index;
 }
 
-template <class Order>
-unsigned TkeyframeSortedArray<Order>::search(Key probe, bool probeIsNull, unsigned& index) const
+template <class Order> unsigned TkeyframeSortedArray<Order>::search(Key probe, bool probeIsNull, unsigned& index) const
 {
     unsigned const n = count();
     if (n < 1) {
@@ -60,21 +57,18 @@ unsigned TkeyframeSortedArray<Order>::search(Key probe, bool probeIsNull, unsign
                 return kArrayFailure;
             }
         } else {
-            index = allowDuplicates() ? firstOfEqual(probe, static_cast<unsigned>(mid))
-                                      : static_cast<unsigned>(mid);
+            index = allowDuplicates() ? firstOfEqual(probe, static_cast<unsigned>(mid)) : static_cast<unsigned>(mid);
             return 0;
         }
     }
 }
 
-template <class Order>
-unsigned TkeyframeSortedArray<Order>::findKey(Key probe, unsigned& index) const
+template <class Order> unsigned TkeyframeSortedArray<Order>::findKey(Key probe, unsigned& index) const
 {
     return search(probe, false, index);
 }
 
-template <class Order>
-unsigned TkeyframeSortedArray<Order>::find(Tkeyframe const* key, unsigned& index) const
+template <class Order> unsigned TkeyframeSortedArray<Order>::find(Tkeyframe const* key, unsigned& index) const
 {
     return search(key != nullptr ? Order::keyOf(*key) : Key{}, key == nullptr, index);
 }
@@ -106,15 +100,13 @@ unsigned TkeyframeSortedArray<Order>::find(Tkeyframe const* key, unsigned& index
     return result;
 }
 
-template <class Order>
-bool TkeyframeSortedArray<Order>::find(Tkeyframe const* key) const
+template <class Order> bool TkeyframeSortedArray<Order>::find(Tkeyframe const* key) const
 {
     unsigned index = 0;
     return find(key, index) == 0;
 }
 
-template <class Order>
-unsigned TkeyframeSortedArray<Order>::insert(Tkeyframe* key, unsigned index)
+template <class Order> unsigned TkeyframeSortedArray<Order>::insert(Tkeyframe* key, unsigned index)
 {
     if (key == nullptr || index > count()) {
         return kArrayFailure;
@@ -122,8 +114,7 @@ unsigned TkeyframeSortedArray<Order>::insert(Tkeyframe* key, unsigned index)
     return insertElement(&key, index, 1) ? 0 : kArrayFailure;
 }
 
-template <class Order>
-unsigned TkeyframeSortedArray<Order>::insert(Tkeyframe* key)
+template <class Order> unsigned TkeyframeSortedArray<Order>::insert(Tkeyframe* key)
 {
     if (key == nullptr) {
         return kArrayFailure;
@@ -148,8 +139,7 @@ unsigned TkeyframeSortedArray<Order>::insert(Tkeyframe* key)
     return insert(key, index);
 }
 
-template <class Order>
-unsigned TkeyframeSortedArray<Order>::change(unsigned index, Tkeyframe* key)
+template <class Order> unsigned TkeyframeSortedArray<Order>::change(unsigned index, Tkeyframe* key)
 {
     unsigned const n = count();
     if (key == nullptr || index >= n) {
@@ -181,8 +171,7 @@ unsigned TkeyframeSortedArray<Order>::change(unsigned index, Tkeyframe* key)
     return 0;
 }
 
-template <class Order>
-unsigned TkeyframeSortedArray<Order>::remove(Tkeyframe* key)
+template <class Order> unsigned TkeyframeSortedArray<Order>::remove(Tkeyframe* key)
 {
     unsigned index = 0;
     unsigned equalCount = 0;
@@ -197,20 +186,17 @@ unsigned TkeyframeSortedArray<Order>::remove(Tkeyframe* key)
     return kArrayFailure;
 }
 
-template <class Order>
-unsigned TkeyframeSortedArray<Order>::addLast(Tkeyframe* key)
+template <class Order> unsigned TkeyframeSortedArray<Order>::addLast(Tkeyframe* key)
 {
     return insertElement(&key, count(), 1) ? 0 : kArrayFailure;
 }
 
-template <class Order>
-unsigned TkeyframeSortedArray<Order>::addLastUnsorted(Tkeyframe* key)
+template <class Order> unsigned TkeyframeSortedArray<Order>::addLastUnsorted(Tkeyframe* key)
 {
     return addLast(key);
 }
 
-template <class Order>
-void TkeyframeSortedArray<Order>::sort()
+template <class Order> void TkeyframeSortedArray<Order>::sort()
 {
     auto** slots = static_cast<Tkeyframe**>(data());
     unsigned const n = count();
@@ -229,8 +215,7 @@ void TkeyframeSortedArray<Order>::sort()
     }
 }
 
-template <class Order>
-void TkeyframeSortedArray<Order>::copy(TkeyframeSortedArray const& other)
+template <class Order> void TkeyframeSortedArray<Order>::copy(TkeyframeSortedArray const& other)
 {
     if (this != &other) {
         Tarray::operator=(other);
@@ -269,7 +254,7 @@ bool TkeyframePtrList::remove(Tkeyframe* const& key)
 bool TkeyframePtrList::catenate(TkeyframePtrList const& other)
 {
     if (this == &other) {
-        TkeyframePtrList const snapshot(other);
+        TkeyframePtrList const snapshot(other);  // NOLINT(performance-unnecessary-copy-initialization): self-append
         return catenate(snapshot);
     }
     return addLast(other.begin(), other.count());

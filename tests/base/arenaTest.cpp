@@ -95,4 +95,4 @@ TEST(CompactPage, SearchesFromTheHintAndWraps)
     page.release(1000);  // out of range: ignored
 }
 
-} // namespace
+}  // namespace

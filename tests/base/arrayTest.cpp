@@ -174,4 +174,4 @@ TEST(SortedArrayBase, RemembersDuplicatePolicy)
     EXPECT_EQ(dup.physicalSize(), 4u);
 }
 
-} // namespace
+}  // namespace

@@ -158,4 +158,4 @@ TEST(Messages, DefaultCopyAndMerge)
     EXPECT_FALSE(a.merge(b)) << "plain messages do not fold";
 }
 
-} // namespace
+}  // namespace

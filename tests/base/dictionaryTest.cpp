@@ -11,8 +11,7 @@ namespace {
 // An int-keyed node with a payload, as a client of the dictionary writes one.
 class TintNode : public TdictionaryNode {
 public:
-    explicit TintNode(int key, int payload = 0, int levels = 1)
-        : TdictionaryNode(levels), fKey(key), fPayload(payload)
+    explicit TintNode(int key, int payload = 0, int levels = 1) : TdictionaryNode(levels), fKey(key), fPayload(payload)
     {
         ++sLive;
     }
@@ -162,4 +161,4 @@ TEST(DictionaryNodes, ForwardBeyondTheirLevelsIsNull)
     EXPECT_EQ(tooMany.levels(), Tbookmark::kMaxLevels);
 }
 
-} // namespace
+}  // namespace

@@ -80,4 +80,4 @@ TEST(HashTableBase, CallerOwnedEntriesSurviveReinitialisation)
     EXPECT_EQ(it._next(), nullptr);
 }
 
-} // namespace
+}  // namespace

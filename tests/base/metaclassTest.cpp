@@ -93,4 +93,4 @@ TEST(MetaclassLifetime, DestroyingARecordUnregistersIt)
     EXPECT_EQ(Tmetaclass::find("TtemporaryClass"), nullptr);
 }
 
-} // namespace
+}  // namespace

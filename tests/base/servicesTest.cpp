@@ -53,9 +53,18 @@ TEST(Preferences, LaterRegistrationHidesEarlierUntilRemoved)
 
 int sInitOrder[3];
 int sInitCount = 0;
-void initLate() { sInitOrder[sInitCount++] = 2; }
-void initEarly() { sInitOrder[sInitCount++] = 1; }
-void initAfterStart() { sInitOrder[sInitCount++] = 3; }
+void initLate()
+{
+    sInitOrder[sInitCount++] = 2;
+}
+void initEarly()
+{
+    sInitOrder[sInitCount++] = 1;
+}
+void initAfterStart()
+{
+    sInitOrder[sInitCount++] = 3;
+}
 
 // Registered by static initialisers, as libraries register theirs.
 TinitBasket const sLate(&initLate, kInitLast);
@@ -176,4 +185,4 @@ TEST(BitFields, BitNumbersOutOfRangeAreIgnored)
     EXPECT_EQ(wide.word(), 0u);
 }
 
-} // namespace
+}  // namespace

@@ -17,8 +17,8 @@ TEST(AnimTime, UnitsConvertBothWays)
         int fTicks;
     };
     Case const cases[] = {
-        {1.0, kSeconds, 6000},    {-2.5, kSeconds, -15000}, {1.0, kFilm, 250},   {3.0, kNTSCFrame, 600},
-        {1.0, kMinutes, 360000},  {500.0, kMilliseconds, 3000}, {7.0, kTicks, 7}, {1.0, kPALFrame, 240},
+        {1.0, kSeconds, 6000},   {-2.5, kSeconds, -15000},     {1.0, kFilm, 250}, {3.0, kNTSCFrame, 600},
+        {1.0, kMinutes, 360000}, {500.0, kMilliseconds, 3000}, {7.0, kTicks, 7},  {1.0, kPALFrame, 240},
     };
     for (Case const& c : cases) {
         TanimTime const t(c.fValue, c.fUnit);
@@ -115,4 +115,4 @@ TEST(Numeric, ClampsWithoutUndefinedBehaviour)
     EXPECT_EQ(snapToZero(-1e-5, 1e-5), -1e-5) << "the tolerance itself is not snapped";
 }
 
-} // namespace
+}  // namespace

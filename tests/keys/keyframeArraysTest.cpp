@@ -26,8 +26,7 @@ private:
     std::vector<std::unique_ptr<Tkeyframe>> fKeys;
 };
 
-template <class Array>
-std::vector<double> timesOf(Array const& array)
+template <class Array> std::vector<double> timesOf(Array const& array)
 {
     std::vector<double> times;
     for (unsigned i = 0; i < array.count(); ++i) {
@@ -86,8 +85,13 @@ TEST(SortedKeySearch, FoundAndInsertionIndices)
         unsigned fIndex;
     };
     Case const cases[] = {
-        {1.000004f, 0, 1}, {1.0001f, kArrayFailure, 2}, {-5.0f, kArrayFailure, 0},
-        {9.0f, kArrayFailure, 4}, {2.999995f, 0, 3}, {2.99998f, kArrayFailure, 3}, {0.0f, 0, 0},
+        {1.000004f, 0, 1},
+        {1.0001f, kArrayFailure, 2},
+        {-5.0f, kArrayFailure, 0},
+        {9.0f, kArrayFailure, 4},
+        {2.999995f, 0, 3},
+        {2.99998f, kArrayFailure, 3},
+        {0.0f, 0, 0},
     };
     for (Case const& c : cases) {
         Tkeyframe const probe(c.fProbe, 0.0, kTangentFixed, kTangentFixed);
@@ -262,8 +266,8 @@ TEST(KeyIndexTable, RecordsIndicesByAddress)
     ASSERT_TRUE(table.find(keys[42], index));
     EXPECT_EQ(index, 42u);
     EXPECT_FALSE(table.find(pool.ticks(42), index));
-    EXPECT_EQ(TkeyframeIndexTable::hashOf(keys[0]),
-              ThashUtil::hash32(&keys[0], sizeof(Tkeyframe*), 0)) << "pointer bytes, seed 0";
+    EXPECT_EQ(TkeyframeIndexTable::hashOf(keys[0]), ThashUtil::hash32(&keys[0], sizeof(Tkeyframe*), 0))
+        << "pointer bytes, seed 0";
 }
 
-} // namespace
+}  // namespace

@@ -95,7 +95,8 @@ TEST(KeyClamping, ValuesAndTimes)
         double fGiven;
         double fStored;
     };
-    Case const values[] = {{5e-11, 0.0}, {-1e-9, -1e-9}, {kInfinity, kDoubleMax}, {-kInfinity, -kDoubleMax}, {3.25, 3.25}};
+    Case const values[] = {
+        {5e-11, 0.0}, {-1e-9, -1e-9}, {kInfinity, kDoubleMax}, {-kInfinity, -kDoubleMax}, {3.25, 3.25}};
     for (Case const& c : values) {
         key.setValue(c.fGiven);
         EXPECT_EQ(key.value(), c.fStored) << c.fGiven;
@@ -312,8 +313,8 @@ TEST(NonLinearEditing, MapsThroughTheClipWithTiesToEven)
     Case const cases[] = {
         {0, 0, 1.0, 1234, 1234},
         {100, 1000, 1.0, 150, 1050},
-        {0, 0, 2.0, 5, 2},      // 2.5 rounds to even
-        {0, 0, 2.0, 7, 4},      // 3.5 rounds to even
+        {0, 0, 2.0, 5, 2},  // 2.5 rounds to even
+        {0, 0, 2.0, 7, 4},  // 3.5 rounds to even
         {0, 6000, 0.5, 3000, 12000},
         {0, 0, 0.0, 10, 2147483647},  // a zero scale saturates instead of dividing into infinity
         {0, 2147483647, 1.0, 10, 2147483647},
@@ -326,4 +327,4 @@ TEST(NonLinearEditing, MapsThroughTheClipWithTiesToEven)
     EXPECT_EQ(clip.fromZeva(clip.toZeva(TanimTime::fromTicks(600))).ticks(), 600);
 }
 
-} // namespace
+}  // namespace

@@ -21,13 +21,13 @@ enum TtimeUnitSystem : int {
     kMinutes = 1,
     kSeconds = 2,
     kMilliseconds = 3,
-    kGames = 4,        // 15 frames per second
-    kFilm = 5,         // 24 frames per second
-    kPALFrame = 6,     // 25 frames per second
-    kNTSCFrame = 7,    // 30 frames per second
-    kShowScan = 8,     // 48 frames per second
-    kPALField = 9,     // 50 fields per second
-    kNTSCField = 10,   // 60 fields per second
+    kGames = 4,       // 15 frames per second
+    kFilm = 5,        // 24 frames per second
+    kPALFrame = 6,    // 25 frames per second
+    kNTSCFrame = 7,   // 30 frames per second
+    kShowScan = 8,    // 48 frames per second
+    kPALField = 9,    // 50 fields per second
+    kNTSCField = 10,  // 60 fields per second
     kTicks = 11,
 };
 

@@ -93,7 +93,9 @@ public:
 class KEEL_API TsortedArray : public Tarray {
 public:
     TsortedArray(unsigned elementSize, unsigned initialCount, bool allowDuplicates)
-        : Tarray(elementSize, initialCount), fAllowDuplicates(allowDuplicates) {}
+        : Tarray(elementSize, initialCount), fAllowDuplicates(allowDuplicates)
+    {
+    }
 
     bool allowDuplicates() const { return fAllowDuplicates; }
 
@@ -102,12 +104,12 @@ private:
 };
 
 // Element-typed views over an array base, for trivially copyable elements.
-template <class T, class Base = Tarray>
-class TtypedArray : public Base {
+template <class T, class Base = Tarray> class TtypedArray : public Base {
     static_assert(std::is_trivially_copyable_v<T>, "array elements are moved bitwise");
 
 public:
-    explicit TtypedArray(unsigned initialCount = 0) : Base(sizeof(T), initialCount) {}
+    explicit TtypedArray(unsigned initialCount = 0)
+        : Base(sizeof(T), initialCount) {}  // NOLINT(bugprone-sizeof-expression)
 
     unsigned count() const { return this->logicalSize(); }
     bool empty() const { return this->logicalSize() == 0; }

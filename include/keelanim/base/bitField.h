@@ -8,8 +8,7 @@
 // setters and read as clear, so a bad bit number never shifts out of range.
 
 namespace keel_detail {
-template <class Word>
-class TbitFieldOf {
+template <class Word> class TbitFieldOf {
 public:
     static constexpr unsigned kBits = sizeof(Word) * 8;
 
@@ -17,8 +16,16 @@ public:
     constexpr explicit TbitFieldOf(Word word) : fWord(word) {}
 
     constexpr bool isSet(unsigned bit) const { return bit < kBits && ((fWord >> bit) & 1u) != 0; }
-    constexpr void set(unsigned bit) { if (bit < kBits) fWord |= Word(1) << bit; }
-    constexpr void clear(unsigned bit) { if (bit < kBits) fWord &= ~(Word(1) << bit); }
+    constexpr void set(unsigned bit)
+    {
+        if (bit < kBits)
+            fWord |= Word(1) << bit;
+    }
+    constexpr void clear(unsigned bit)
+    {
+        if (bit < kBits)
+            fWord &= ~(Word(1) << bit);
+    }
     constexpr void setTo(unsigned bit, bool on) { on ? set(bit) : clear(bit); }
 
     // Mask access, for callers that speak in masks (1, 2, 4 ...).
@@ -34,7 +41,7 @@ public:
 private:
     Word fWord = 0;
 };
-} // namespace keel_detail
+}  // namespace keel_detail
 
 using TbitField32 = keel_detail::TbitFieldOf<std::uint32_t>;
 using TbitField64 = keel_detail::TbitFieldOf<std::uint64_t>;

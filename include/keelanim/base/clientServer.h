@@ -73,9 +73,8 @@ public:
     // Up to five filters at once; null filters are skipped. True when at least
     // one registration was added.
     bool addClient(Tclient* client, Tmetaclass* filter1, TclientCallback callback1, Tmetaclass* filter2,
-                   TclientCallback callback2, Tmetaclass* filter3 = nullptr,
-                   TclientCallback callback3 = nullptr, Tmetaclass* filter4 = nullptr,
-                   TclientCallback callback4 = nullptr, Tmetaclass* filter5 = nullptr,
+                   TclientCallback callback2, Tmetaclass* filter3 = nullptr, TclientCallback callback3 = nullptr,
+                   Tmetaclass* filter4 = nullptr, TclientCallback callback4 = nullptr, Tmetaclass* filter5 = nullptr,
                    TclientCallback callback5 = nullptr);
     // Removes every registration of the client; false when it had none.
     bool removeClient(Tclient* client);

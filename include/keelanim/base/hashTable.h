@@ -90,8 +90,7 @@ private:
 // A table from trivially copyable keys (usually pointers) to values. Keys are
 // hashed with ThashUtil::hash32 over their bytes with seed 0 and compared
 // with ==. The table owns its entries and deletes them when destroyed.
-template <class Key, class Value>
-class TdataHashTable : public ThashTable {
+template <class Key, class Value> class TdataHashTable : public ThashTable {
     static_assert(std::is_trivially_copyable_v<Key>, "keys are hashed by their bytes");
 
 public:

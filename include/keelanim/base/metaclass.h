@@ -22,9 +22,8 @@ using TconstructorProc = void* (*)(void* place);
 class KEEL_API Tmetaclass {
 public:
     Tmetaclass(Tmetaclass** slot, char const* name, unsigned instanceSize, TconstructorProc constructProc,
-               unsigned reserved, bool reservedFlag, Tmetaclass** parent1 = nullptr,
-               Tmetaclass** parent2 = nullptr, Tmetaclass** parent3 = nullptr,
-               Tmetaclass** parent4 = nullptr);
+               unsigned reserved, bool reservedFlag, Tmetaclass** parent1 = nullptr, Tmetaclass** parent2 = nullptr,
+               Tmetaclass** parent3 = nullptr, Tmetaclass** parent4 = nullptr);
     ~Tmetaclass();
     Tmetaclass(Tmetaclass const&) = delete;
     Tmetaclass& operator=(Tmetaclass const&) = delete;
@@ -62,8 +61,7 @@ inline bool isTypeOf(Tmetaclass const* actual, Tmetaclass const* wanted)
 
 // A checked down-cast through the type records: null when `object` is null
 // or not of type T.
-template <class T, class U>
-T* keelCast(U* object)
+template <class T, class U> T* keelCast(U* object)
 {
     if (object == nullptr || !isTypeOf(object->typeof(), T::sTypeof())) {
         return nullptr;
@@ -71,8 +69,7 @@ T* keelCast(U* object)
     return static_cast<T*>(object);
 }
 
-template <class T, class U>
-T const* keelCast(U const* object)
+template <class T, class U> T const* keelCast(U const* object)
 {
     if (object == nullptr || !isTypeOf(object->typeof(), T::sTypeof())) {
         return nullptr;
@@ -81,27 +78,35 @@ T const* keelCast(U const* object)
 }
 
 // Declares a class's record pointer; place it before the class.
-#define KEEL_DECLARE_METACLASS(Class)                                                              \
-    class Class;                                                                                   \
+#define KEEL_DECLARE_METACLASS(Class)                                                                                  \
+    class Class;                                                                                                       \
     extern KEEL_API Tmetaclass* Class##Tmeta
 
 // Declares the type-test members of a class inside its body. The root of a
 // family declares typeof() and cast() virtual itself; KEEL_TYPED then
 // overrides them.
-#define KEEL_TYPED(Class)                                                                          \
-public:                                                                                            \
-    static Tmetaclass* sTypeof() { return Class##Tmeta; }                                          \
-    Tmetaclass* typeof() const override { return Class##Tmeta; }                                   \
-    void* cast(Tmetaclass* type) override { return isTypeOf(Class##Tmeta, type) ? this : nullptr; }
+#define KEEL_TYPED(Class)                                                                                              \
+public:                                                                                                                \
+    static Tmetaclass* sTypeof()                                                                                       \
+    {                                                                                                                  \
+        return Class##Tmeta;                                                                                           \
+    }                                                                                                                  \
+    Tmetaclass* typeof() const override                                                                                \
+    {                                                                                                                  \
+        return Class##Tmeta;                                                                                           \
+    }                                                                                                                  \
+    void* cast(Tmetaclass* type) override                                                                              \
+    {                                                                                                                  \
+        return isTypeOf(Class##Tmeta, type) ? this : nullptr;                                                          \
+    }
 
 // Defines the record and its pointer in one source file.
-#define KEEL_DEFINE_METACLASS(Class, ParentSlot)                                                   \
-    KEEL_API Tmetaclass* Class##Tmeta = nullptr;                                                   \
+#define KEEL_DEFINE_METACLASS(Class, ParentSlot)                                                                       \
+    KEEL_API Tmetaclass* Class##Tmeta = nullptr;                                                                       \
     Tmetaclass meta##Class(&Class##Tmeta, #Class, sizeof(Class), nullptr, 0, false, ParentSlot)
 
-#define KEEL_DEFINE_CONSTRUCTIBLE_METACLASS(Class, ParentSlot)                                     \
-    KEEL_API Tmetaclass* Class##Tmeta = nullptr;                                                   \
-    Tmetaclass meta##Class(                                                                        \
-        &Class##Tmeta, #Class, sizeof(Class),                                                      \
-        [](void* place) -> void* { return place != nullptr ? new (place) Class : new Class; }, 0,  \
-        false, ParentSlot)
+#define KEEL_DEFINE_CONSTRUCTIBLE_METACLASS(Class, ParentSlot)                                                         \
+    KEEL_API Tmetaclass* Class##Tmeta = nullptr;                                                                       \
+    Tmetaclass meta##Class(                                                                                            \
+        &Class##Tmeta, #Class, sizeof(Class),                                                                          \
+        [](void* place) -> void* { return place != nullptr ? new (place) Class : new Class; }, 0, false, ParentSlot)

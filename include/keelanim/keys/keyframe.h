@@ -44,17 +44,17 @@ class KEEL_API Tkeyframe {
 public:
     // Flag bits of the flag word.
     enum TflagBit : unsigned {
-        kActiveBit = 0,          // key part selected
+        kActiveBit = 0,  // key part selected
         kInTangentActiveBit = 1,
         kOutTangentActiveBit = 2,
-        kHiddenBit = 3,          // skipped by curves that hide such keys
-        kForcedInterpBit = 4,    // span interpolation forced to method 1
+        kHiddenBit = 3,        // skipped by curves that hide such keys
+        kForcedInterpBit = 4,  // span interpolation forced to method 1
         kLockedBit = 5,
         kTangentsLockedBit = 6,  // in and out move together
         kWeightsLockedBit = 7,
         kBreakdownBit = 8,
         kTickDrawSpecialBit = 9,
-        kTickTimeBit = 10,       // time slot holds ticks; also marks blocking-mode keys
+        kTickTimeBit = 10,  // time slot holds ticks; also marks blocking-mode keys
     };
 
     // How the span that starts at this key is interpolated.
@@ -76,8 +76,7 @@ public:
     Tkeyframe(TtimeValue const& time, double value, TtangentType in, TtangentType out);
     Tkeyframe(float seconds, double value, double quatComponent, TtangentType in, TtangentType out);
     Tkeyframe(TanimTime time, double value, double quatComponent, TtangentType in, TtangentType out);
-    Tkeyframe(TtimeValue const& time, double value, double quatComponent, TtangentType in,
-              TtangentType out);
+    Tkeyframe(TtimeValue const& time, double value, double quatComponent, TtangentType in, TtangentType out);
     // Value 0 and, deliberately, quatComponent 0.
     explicit Tkeyframe(TtimeValue const& time);
 

@@ -41,8 +41,7 @@ struct KEEL_API TanimTimeKeyframePtrSObj {
     static bool greaterOrEqual(Key a, Key b) { return a >= b; }
 };
 
-template <class Order>
-class KEEL_API TkeyframeSortedArray : public TsortedArray {
+template <class Order> class KEEL_API TkeyframeSortedArray : public TsortedArray {
 public:
     using Key = typename Order::Key;
 

@@ -6,18 +6,18 @@
 // stable: files and plug-ins store them. 19 to 26 and 64 to 32767 are the
 // kinds that plug-ins register.
 enum TtangentType : std::int32_t {
-    kTangentGlobal = 0,     // take the preference's default
+    kTangentGlobal = 0,  // take the preference's default
     kTangentFixed = 1,
     kTangentLinear = 2,
     kTangentFlat = 3,
-    kTangentSmooth = 4,     // the older smooth rule
+    kTangentSmooth = 4,  // the older smooth rule
     kTangentStep = 5,
     kTangentSlow = 6,
     kTangentFast = 7,
     kTangentOldClamped = 8,
     kTangentSpline = 9,
     kTangentClamped = 10,
-    kTangentHermite = 11,   // 11 to 15 choose a segment kind for the span
+    kTangentHermite = 11,  // 11 to 15 choose a segment kind for the span
     kTangentBezier = 12,
     kTangentSine = 13,
     kTangentParabolic = 14,
