@@ -27,6 +27,11 @@ TclientServer& TclientServer::operator=(TclientServer const&)
 
 TclientServer::~TclientServer()
 {
+    announceDeletion();
+}
+
+void TclientServer::announceDeletion()
+{
     TserverDeletedMsg const goodbye;
     notifyClients(goodbye);
     for (Registration const& r : fRegistrations) {
@@ -34,6 +39,8 @@ TclientServer::~TclientServer()
             r.fClient->detach(this);
         }
     }
+    fRegistrations.clear();
+    fHasVacancies = false;
 }
 
 void TclientServer::addClientHook(Tclient*, Tmetaclass*) {}

@@ -63,7 +63,7 @@ bool TglobalPrefMgr::addPrefItem(TpreferenceItem* item)
 bool TglobalPrefMgr::removePrefItem(TpreferenceItem* item)
 {
     unsigned index = 0;
-    return item != nullptr && fPrefItemList.find(item, index) && fPrefItemList.remove(index);
+    return item != nullptr && fPrefItemList.find(item, index) && fPrefItemList.removeAt(index, 1);
 }
 
 Tbasket::Tbasket()
@@ -78,7 +78,7 @@ Tbasket::~Tbasket()
     }
     unsigned index = 0;
     if (TglobalPrefMgr::fBasketList.find(this, index)) {
-        TglobalPrefMgr::fBasketList.remove(index);
+        TglobalPrefMgr::fBasketList.removeAt(index, 1);
     }
 }
 

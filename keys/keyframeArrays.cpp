@@ -227,43 +227,7 @@ template class TkeyframeSortedArray<TanimTimeKeyframePtrSObj>;
 
 // --- TkeyframePtrList ----------------------------------------------------------
 
-bool TkeyframePtrList::addLast(Tkeyframe* const* keys, unsigned keyCount)
-{
-    if (keys == nullptr) {
-        return keyCount == 0;
-    }
-    return copyElements(count(), keys, keyCount);
-}
-
 unsigned TkeyframePtrList::find(Tkeyframe* const& key, unsigned& index) const
 {
     return findElement(&key, index) ? 0 : kArrayFailure;
-}
-
-bool TkeyframePtrList::find(Tkeyframe* const& key) const
-{
-    unsigned index = 0;
-    return findElement(&key, index);
-}
-
-bool TkeyframePtrList::remove(Tkeyframe* const& key)
-{
-    return removeElement(&key);
-}
-
-bool TkeyframePtrList::catenate(TkeyframePtrList const& other)
-{
-    if (this == &other) {
-        TkeyframePtrList const snapshot(other);  // NOLINT(performance-unnecessary-copy-initialization): self-append
-        return catenate(snapshot);
-    }
-    return addLast(other.begin(), other.count());
-}
-
-bool TkeyframePtrList::copy(TkeyframePtrList const& other)
-{
-    if (this != &other) {
-        Tarray::operator=(other);
-    }
-    return true;
 }

@@ -9,6 +9,7 @@
 #include "keelanim/base/array.h"
 #include "keelanim/base/bitField.h"
 #include "keelanim/base/clientServer.h"
+#include "keelanim/base/debugOutput.h"
 #include "keelanim/base/dictionary.h"
 #include "keelanim/base/environment.h"
 #include "keelanim/base/export.h"
@@ -26,3 +27,12 @@
 #include "keelanim/keys/keyframeArrays.h"
 #include "keelanim/keys/pickParts.h"
 #include "keelanim/keys/tangentType.h"
+
+#include "keelanim/curve/curveMessages.h"
+#include "keelanim/curve/msgDepot.h"
+#include "keelanim/curve/paramCurve.h"
+#include "keelanim/curve/paramCurveEnums.h"
+
+#include "keelanim/editing/keyframeHandle.h"
+
+#include "keelanim/undo/delta.h"

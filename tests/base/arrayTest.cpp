@@ -113,7 +113,7 @@ TEST(ArrayRefusals, BadIndicesChangeNothing)
     values.addLast(1);
     EXPECT_FALSE(values.insert(2, 5));
     EXPECT_FALSE(values.removeAt(1, 1));
-    EXPECT_FALSE(values.remove(7));
+    EXPECT_FALSE(values.remove(7)) << "no element equals 7";
     EXPECT_EQ(values.at(7), 0);
     EXPECT_EQ(values.count(), 1u);
     EXPECT_TRUE(values.removeAt(0, 100)) << "a long range is clipped";

@@ -3,6 +3,7 @@
 #include "keelanim/base/export.h"
 
 #include <cstddef>
+#include <new>
 #include <type_traits>
 
 // Dynamic arrays of fixed-size elements.
@@ -104,13 +105,18 @@ private:
 };
 
 // Element-typed views over an array base, for trivially copyable elements.
+// Slices (first, count) are clipped to the source; an empty source leaves
+// the target as copy() or catenate() would with nothing to take.
 template <class T, class Base = Tarray> class TtypedArray : public Base {
     static_assert(std::is_trivially_copyable_v<T>, "array elements are moved bitwise");
 
 public:
+    static constexpr unsigned kAll = ~0u;
+
     explicit TtypedArray(unsigned initialCount = 0)
         : Base(sizeof(T), initialCount) {}  // NOLINT(bugprone-sizeof-expression)
 
+    // --- Access ------------------------------------------------------------
     unsigned count() const { return this->logicalSize(); }
     bool empty() const { return this->logicalSize() == 0; }
     T* begin() { return static_cast<T*>(this->data()); }
@@ -123,10 +129,185 @@ public:
     // The element at i, or a value-initialised T for a bad index.
     T at(unsigned i) const { return i < count() ? begin()[i] : T{}; }
 
+    // --- Elements ----------------------------------------------------------
     bool addLast(T const& value) { return this->insertElement(&value, count(), 1); }
+    bool addLast(T const* values, unsigned n) { return insert(values, count(), n); }
     bool insert(T const& value, unsigned index) { return this->insertElement(&value, index, 1); }
-    bool remove(unsigned index) { return this->removeAt(index, 1); }
+    bool insert(T const* values, unsigned index, unsigned n)
+    {
+        if (values == nullptr || index > count()) {
+            return values == nullptr && n == 0;
+        }
+        // The values may live inside this array: open the gap, then copy from
+        // where they are after the move.
+        T const* const from = values;
+        bool const inside = !empty() && from >= begin() && from < end();
+        unsigned const offset = inside ? unsigned(from - begin()) : 0;
+        if (!this->insertElement(nullptr, index, n)) {
+            return false;
+        }
+        T const* source = inside ? begin() + offset + (offset >= index ? n : 0) : from;
+        for (unsigned i = 0; i < n; ++i) {
+            begin()[index + i] = source[i];
+        }
+        return true;
+    }
+    // Sets [index, index + n) to value, growing the array when needed.
+    bool createAndSet(T const& value, unsigned index, unsigned n)
+    {
+        if (index > count() || n > kAll - index) {
+            return false;
+        }
+        if (index + n > count() && !this->changeLogicalSizeTo(index + n)) {
+            return false;
+        }
+        for (unsigned i = 0; i < n; ++i) {
+            begin()[index + i] = value;
+        }
+        return true;
+    }
     bool find(T const& value, unsigned& index) const { return this->findElement(&value, index); }
+    bool find(T const& value) const
+    {
+        unsigned index = 0;
+        return this->findElement(&value, index);
+    }
+    // Removes the first element equal to value.
+    bool remove(T const& value) { return this->removeElement(&value); }
+
+    // --- Whole arrays ------------------------------------------------------
+    void swap(TtypedArray& other)
+    {
+        TtypedArray held(0);
+        held.Tarray::operator=(other);
+        other.Tarray::operator=(*this);
+        this->Tarray::operator=(held);
+    }
+    bool copy(TtypedArray const& other, unsigned first = 0, unsigned n = kAll)
+    {
+        if (this == &other) {
+            TtypedArray const snapshot(other);
+            return copy(snapshot, first, n);
+        }
+        this->changeLogicalSizeTo(0);
+        return catenate(other, first, n);
+    }
+    bool catenate(TtypedArray const& other, unsigned first = 0, unsigned n = kAll)
+    {
+        if (first >= other.count()) {
+            return true;
+        }
+        unsigned const take = n < other.count() - first ? n : other.count() - first;
+        return insert(other.begin() + first, count(), take);
+    }
+
+    friend bool operator==(TtypedArray const& a, TtypedArray const& b)
+    {
+        if (a.count() != b.count()) {
+            return false;
+        }
+        for (unsigned i = 0; i < a.count(); ++i) {
+            if (!(a[i] == b[i])) {
+                return false;
+            }
+        }
+        return true;
+    }
+};
+
+// An array of values that need construction, copying and destruction (such
+// as arrays of arrays). Elements are relocated bitwise when the storage
+// grows, which holds for every engine type used here (no self-pointers).
+template <class T> class TvalueArray : public TobjArray {
+public:
+    explicit TvalueArray(unsigned initialCount = 0) : TobjArray(sizeof(T), initialCount) {}
+    TvalueArray(TvalueArray const& other) : TobjArray(sizeof(T), 0) { catenate(other); }
+    TvalueArray& operator=(TvalueArray const& other)
+    {
+        copy(other);
+        return *this;
+    }
+    ~TvalueArray() override
+    {
+        destructElements(0, fLogicalSize);
+        fLogicalSize = 0;
+    }
+
+    unsigned count() const { return logicalSize(); }
+    bool empty() const { return count() == 0; }
+    T* begin() { return static_cast<T*>(data()); }
+    T* end() { return begin() + count(); }
+    T const* begin() const { return static_cast<T const*>(data()); }
+    T const* end() const { return begin() + count(); }
+    T& operator[](unsigned i) { return begin()[i]; }
+    T const& operator[](unsigned i) const { return begin()[i]; }
+
+    bool insert(T const& value, unsigned index)
+    {
+        T const held(value);  // value may live in this array
+        if (!insertElement(nullptr, index, 1)) {
+            return false;
+        }
+        begin()[index] = held;
+        return true;
+    }
+    bool addLast(T const& value) { return insert(value, count()); }
+    bool find(T const& value, unsigned& index) const
+    {
+        for (index = 0; index < count(); ++index) {
+            if (begin()[index] == value) {
+                return true;
+            }
+        }
+        return false;
+    }
+    bool remove(T const& value)
+    {
+        unsigned index = 0;
+        return find(value, index) && removeAt(index, 1);
+    }
+    bool copy(TvalueArray const& other, unsigned first = 0, unsigned n = ~0u)
+    {
+        if (this == &other) {
+            TvalueArray const snapshot(other);
+            return copy(snapshot, first, n);
+        }
+        reset();
+        return catenate(other, first, n);
+    }
+    bool catenate(TvalueArray const& other, unsigned first = 0, unsigned n = ~0u)
+    {
+        if (this == &other) {
+            TvalueArray const snapshot(other);
+            return catenate(snapshot, first, n);
+        }
+        for (unsigned i = first; i < other.count() && i - first < n; ++i) {
+            if (!addLast(other[i])) {
+                return false;
+            }
+        }
+        return true;
+    }
+    void swap(TvalueArray& other)
+    {
+        TvalueArray held(other);
+        other = *this;
+        *this = held;
+    }
+
+protected:
+    void constructElements(unsigned first, unsigned n) override
+    {
+        for (unsigned i = 0; i < n; ++i) {
+            new (begin() + first + i) T();
+        }
+    }
+    void destructElements(unsigned first, unsigned n) override
+    {
+        for (unsigned i = 0; i < n; ++i) {
+            begin()[first + i].~T();
+        }
+    }
 };
 
 class TanimTime;

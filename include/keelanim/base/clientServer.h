@@ -91,6 +91,10 @@ public:
     void notifyClients(TserverMsg const& msg);
 
 protected:
+    // Sends TserverDeletedMsg and forgets every client. A derived server
+    // calls it first thing in its destructor, so that clients hear of the
+    // deletion while the whole object is still intact.
+    void announceDeletion();
     // Called after a registration is added and after a client's last
     // registration is removed.
     virtual void addClientHook(Tclient* client, Tmetaclass* filter);

@@ -106,21 +106,16 @@ public:
 };
 
 // A plain list of key pointers in insertion order, searched by identity.
+// New slots start null. The typed-array operations (addLast, insert, remove,
+// copy, catenate ...) come from TtypedArray.
 class KEEL_API TkeyframePtrList : public TtypedArray<Tkeyframe*, TobjArray> {
 public:
     using TtypedArray::TtypedArray;
+    using TtypedArray::find;
 
-    using TtypedArray::addLast;
-    using TtypedArray::insert;
-    bool addLast(Tkeyframe* const* keys, unsigned count);
     // 0 and the first index holding `key`; kArrayFailure and index = count()
     // when absent.
     unsigned find(Tkeyframe* const& key, unsigned& index) const;
-    bool find(Tkeyframe* const& key) const;
-    // Removes the first slot holding `key`.
-    bool remove(Tkeyframe* const& key);
-    bool catenate(TkeyframePtrList const& other);
-    bool copy(TkeyframePtrList const& other);
 };
 
 // Each key's index at one moment, by key address.

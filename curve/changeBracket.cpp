@@ -1,0 +1,136 @@
+// TparamCurve: the change bracket, change notification and the fronts of the
+// library-wide message depot.
+
+#include "keelanim/curve/paramCurve.h"
+
+#include "keelanim/curve/msgDepot.h"
+#include "keelanim/editing/keyframeHandle.h"
+
+namespace {
+
+// Set once model updates were disabled inside the current outermost bracket;
+// cleared by each outermost beginChange.
+thread_local bool sModelUpdatesDisabled = false;
+
+// Sends a helper question to the depot's helpers and answers their reply.
+TbitField32 askHelpers(TparamCurve* curve, std::int32_t kind, std::uint32_t answer = 1)
+{
+    TparamCurveHelperMsg const question(kind, curve, answer);
+    TparamCurve::globalMsgDepot().notifyClients(question);
+    return question.answer();
+}
+
+} // namespace
+
+void (*TparamCurve::fsModelUpdatesHook)() = nullptr;
+bool TparamCurve::fsSuppressChangeMessages = false;
+
+bool TparamCurve::beginChange(unsigned mask)
+{
+    if (anyParamsLocked(mask)) {
+        return false;
+    }
+    if (fCurveFlags.isSet(kAskHelpersBit) &&
+        !askHelpers(this, TparamCurveHelperMsg::kAskBeforeChange).anyOf(TparamCurveHelperMsg::kAllowChangeBit)) {
+        return false;
+    }
+    if (fCurveFlags.isSet(kReferencedBit) && !refAnimCurvesEditable() &&
+        !askHelpers(this, TparamCurveHelperMsg::kAskReferenced).anyOf(TparamCurveHelperMsg::kAllowReferencedBit)) {
+        return false;
+    }
+    if (fChangeDepth == 0) {
+        sModelUpdatesDisabled = false;
+        fChangeAnswer =
+            askHelpers(this, TparamCurveHelperMsg::kBeginChange).anyOf(TparamCurveHelperMsg::kBeginAnswerBit);
+    }
+    ++fChangeDepth;
+    return true;
+}
+
+void TparamCurve::endChange(bool modified)
+{
+    if (fChangeDepth == 0) {
+        return;  // unmatched: nothing is open
+    }
+    --fChangeDepth;
+    fModified = fModified || modified;
+    if (fChangeDepth > 0) {
+        return;
+    }
+    askHelpers(this, TparamCurveHelperMsg::kEndChange, fChangeAnswer ? 1u : 0u);
+    if (fModified) {
+        fModified = false;
+        globalMsgDepot().notifyOfChange(this);
+    }
+}
+
+void TparamCurve::notifyClientsOfChange(Tkeyframe* key, int kind)
+{
+    bool const suppressed = fCurveFlags.isSet(kSuppressMessagesBit) && !fCurveFlags.isSet(kForceMessagesBit);
+    if (suppressed || fsSuppressChangeMessages) {
+        return;
+    }
+    if (hasMessage(TparamCurveModifiedMsgTmeta)) {
+        TkeyframeHandle handle(this, key, false);
+        notifyClients(TparamCurveModifiedMsg(&handle, static_cast<TparamCurveModifiedMsg::TmessageType>(kind)));
+    }
+    if (fChangeDepth > 0 && !sModelUpdatesDisabled) {
+        sModelUpdatesDisabled = true;
+        disableAnimCurveModelUpdates();
+    }
+}
+
+void TparamCurve::disableAnimCurveModelUpdates()
+{
+    if (fsModelUpdatesHook != nullptr) {
+        fsModelUpdatesHook();
+    }
+}
+
+bool TparamCurve::refAnimCurvesEditable()
+{
+    // Only an item of the animation-display preference class is accepted,
+    // and that class is not part of this build yet: referenced curves are
+    // not editable unless a helper allows each change.
+    return false;
+}
+
+// --- Depot fronts ------------------------------------------------------------------------
+
+TparamCurveMsgDepot& TparamCurve::globalMsgDepot()
+{
+    // Never destroyed: curves owned by the host's statics may report to it
+    // during exit, in any order.
+    static auto* depot = new TparamCurveMsgDepot();
+    return *depot;
+}
+
+bool TparamCurve::addGlobalClient(Tclient* client, TclientCallback callback)
+{
+    return globalMsgDepot().addClient(client, TparamCurveChangedMsgTmeta, callback);
+}
+
+bool TparamCurve::addGlobalHelper(Tclient* client, TclientCallback callback)
+{
+    return globalMsgDepot().addClient(client, TparamCurveHelperMsgTmeta, callback);
+}
+
+bool TparamCurve::removeGlobalClient(Tclient* client)
+{
+    return globalMsgDepot().removeClient(client, TparamCurveChangedMsgTmeta);
+}
+
+void TparamCurve::delayMessages()
+{
+    globalMsgDepot().delayMessages();
+}
+
+bool TparamCurve::suspendUpdates(bool on)
+{
+    return globalMsgDepot().suspendUpdates(on);
+}
+
+void TparamCurve::resumeMessagesAndUpdate()
+{
+    globalMsgDepot().resumeMessages();
+}

@@ -1,0 +1,558 @@
+// TparamCurve: key mutation. Every edit runs inside the change bracket.
+
+#include "keelanim/curve/paramCurve.h"
+
+#include "keelanim/curve/msgDepot.h"
+#include "keelanim/keys/pickParts.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+#include <vector>
+
+namespace {
+
+// Closes a bracket on every path out of an edit.
+class TchangeScope {
+public:
+    TchangeScope(TparamCurve& curve, unsigned mask) : fCurve(curve), fOpen(curve.beginChange(mask)) {}
+    TchangeScope(TchangeScope const&) = delete;
+    TchangeScope& operator=(TchangeScope const&) = delete;
+    ~TchangeScope()
+    {
+        if (fOpen) {
+            fCurve.endChange(fModified);
+        }
+    }
+    bool open() const { return fOpen; }
+    void modified() { fModified = true; }
+
+private:
+    TparamCurve& fCurve;
+    bool fOpen;
+    bool fModified = false;
+};
+
+bool isNaNTime(TtimeValue const& time)
+{
+    return !time.isTicks() && std::isnan(time.seconds());
+}
+
+} // namespace
+
+void TparamCurve::keysChangedAround(unsigned index, bool)
+{
+    invalidateCache(static_cast<int>(index));
+}
+
+// --- Value and time ------------------------------------------------------------------
+
+bool TparamCurve::setValue(unsigned index, double newValue)
+{
+    Tkeyframe* key = keyframe(index);
+    if (key == nullptr || std::isnan(newValue) || key->value() == newValue) {
+        return false;
+    }
+    TchangeScope change(*this, kChangeValue);
+    if (!change.open()) {
+        return false;
+    }
+    key->setValue(newValue);
+    if (isStatic()) {
+        checkStaticValueCondition(index);
+    }
+    invalidateCache(static_cast<int>(index));
+    notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyChanged);
+    change.modified();
+    return true;
+}
+
+bool TparamCurve::setValue(unsigned index, double newValue, float aux)
+{
+    Tkeyframe* key = keyframe(index);
+    if (key == nullptr || std::isnan(newValue) || std::isnan(aux) ||
+        (key->value() == newValue && key->quatComponent() == aux)) {
+        return false;
+    }
+    TchangeScope change(*this, kChangeValue);
+    if (!change.open()) {
+        return false;
+    }
+    key->setTimeAndValue(key->timeValue(), newValue, aux);
+    if (isStatic()) {
+        checkStaticValueCondition(index);
+    }
+    invalidateCache(static_cast<int>(index));
+    notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyChanged);
+    change.modified();
+    return true;
+}
+
+bool TparamCurve::setTime(unsigned index, TtimeValue const& time)
+{
+    Tkeyframe* key = keyframe(index);
+    if (key == nullptr || isNaNTime(time)) {
+        return false;
+    }
+    fsTimeValue = timeValue(key);
+    if (fsTimeValue == time) {
+        return true;
+    }
+    if (!acceptsTimeForm(time)) {
+        return false;
+    }
+    TchangeScope change(*this, kChangeTime);
+    if (!change.open()) {
+        return false;
+    }
+    key->setTime(storedTime(time));
+    unsigned const ordered = fTickKeys != nullptr ? fTickKeys->change(index, key) : fFloatKeys->change(index, key);
+    keysChangedAround(index, true);
+    notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyChanged);
+    change.modified();
+    return ordered == 0;
+}
+
+bool TparamCurve::setKeyTime(Tkeyframe* key, TtimeValue const& time)
+{
+    unsigned index = 0;
+    if (key == nullptr || !findStoredTime(key->timeValue(), index) || keyframe(index) != key) {
+        return false;
+    }
+    return setTime(index, time);
+}
+
+// --- Adding keys -----------------------------------------------------------------------
+
+bool TparamCurve::add(Tkeyframe const& key, bool select, bool keepTangents, bool quiet)
+{
+    if (!acceptsTimeForm(key.timeValue())) {
+        return false;
+    }
+    TchangeScope change(*this, kChangeAll);
+    if (!change.open()) {
+        return false;
+    }
+    unsigned index = 0;
+    Tkeyframe* target = nullptr;
+    bool const replacing = findStoredTime(key.timeValue(), index);
+    if (replacing) {
+        target = keyframe(index);
+        *target = key;
+    } else {
+        target = newKeyCopy(key);
+        index = insertPointer(target);
+        if (index == kArrayFailure) {
+            delete target;
+            return false;
+        }
+    }
+    if (select) {
+        target->setActive(TbitField32(kPickKeyMask), true);
+    }
+    keysChangedAround(index, keepTangents);
+    checkStaticValueCondition(index);
+    if (!quiet) {
+        notifyClientsOfChange(target, replacing ? TparamCurveModifiedMsg::kKeyChanged
+                                                : TparamCurveModifiedMsg::kKeyInserted);
+    }
+    change.modified();
+    return true;
+}
+
+bool TparamCurve::insert(Tkeyframe const& key, bool keepTangents, bool select)
+{
+    Tkeyframe* copy = newKeyCopy(key);
+    if (!insert(copy, keepTangents)) {
+        delete copy;
+        return false;
+    }
+    if (select) {
+        copy->setActive(TbitField32(kPickKeyMask), true);
+    }
+    return true;
+}
+
+bool TparamCurve::insert(Tkeyframe* key, bool keepTangents)
+{
+    unsigned index = 0;
+    if (key == nullptr || !acceptsTimeForm(key->timeValue()) || findStoredTime(key->timeValue(), index)) {
+        return false;
+    }
+    TchangeScope change(*this, kChangeAll);
+    if (!change.open()) {
+        return false;
+    }
+    index = insertPointer(key);
+    if (index == kArrayFailure) {
+        return false;
+    }
+    keysChangedAround(index, keepTangents);
+    checkStaticValueCondition(index);
+    notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyInserted);
+    change.modified();
+    return true;
+}
+
+bool TparamCurve::insertKey(Tkeyframe const& key, bool preserveShape)
+{
+    unsigned index = 0;
+    if (!acceptsTimeForm(key.timeValue())) {
+        return false;
+    }
+    if (findStoredTime(key.timeValue(), index)) {
+        return add(key, false, false, false);
+    }
+    if (preserveShape) {
+        return false;  // needs the span segments' key matching
+    }
+    TchangeScope change(*this, kChangeAll);
+    if (!change.open()) {
+        return false;
+    }
+    Tkeyframe* inserted = newKeyCopy(key);
+    if ((fTickKeys != nullptr ? fTickKeys->insert(inserted, index) : fFloatKeys->insert(inserted, index)) != 0) {
+        delete inserted;
+        return false;
+    }
+    keysChangedAround(index, false);
+    checkStaticValueCondition(index);
+    notifyClientsOfChange(inserted, TparamCurveModifiedMsg::kKeyInserted);
+    change.modified();
+    return true;
+}
+
+bool TparamCurve::addRemovedKey(Tkeyframe* key)
+{
+    unsigned index = 0;
+    if (key == nullptr || !acceptsTimeForm(key->timeValue()) || findStoredTime(key->timeValue(), index)) {
+        return false;
+    }
+    TchangeScope change(*this, kChangeAll);
+    if (!change.open()) {
+        return false;
+    }
+    if ((fTickKeys != nullptr ? fTickKeys->insert(key, index) : fFloatKeys->insert(key, index)) != 0) {
+        return false;
+    }
+    if (hasMessage(TkeyframeAddDeleteMsgTmeta)) {
+        notifyClients(TkeyframeAddDeleteMsg(key, true));
+    }
+    keysChangedAround(index, true);
+    checkStaticValueCondition(index);
+    notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyInserted);
+    change.modified();
+    return true;
+}
+
+// --- Block add ---------------------------------------------------------------------------
+
+bool TparamCurve::blockAdd(TanimTimeArray const& times, TdoubleArray const& values, TtangentType in,
+                           TtangentType out)
+{
+    if (times.count() != values.count()) {
+        return false;
+    }
+    return blockAdd(times.begin(), values.begin(), times.count(), in, out);
+}
+
+bool TparamCurve::blockAdd(TanimTime const* times, double const* values, unsigned count, TtangentType in,
+                           TtangentType out)
+{
+    if (count == 0) {
+        return true;
+    }
+    if (times == nullptr || values == nullptr ||
+        std::any_of(values, values + count, [](double v) { return std::isnan(v); })) {
+        return false;
+    }
+    TchangeScope change(*this, kChangeAll);
+    if (!change.open()) {
+        return false;
+    }
+    unsigned firstChanged = 0;
+    if (!mergeBlock(times, values, count, in, out, firstChanged)) {
+        return false;
+    }
+    keysChangedAround(firstChanged, false);
+    for (unsigned i = firstChanged; i < arrayCount() && isStatic(); ++i) {
+        checkStaticValueCondition(i);
+    }
+    change.modified();
+    return true;
+}
+
+// Merges the block into the key array in one pass: new keys are sorted once
+// and interleaved with the existing keys, so a block costs O((n + m) log m)
+// whatever the order of its times.
+bool TparamCurve::mergeBlock(TanimTime const* times, double const* values, unsigned count, TtangentType in,
+                             TtangentType out, unsigned& firstChanged)
+{
+    std::vector<unsigned> order(count);
+    std::iota(order.begin(), order.end(), 0u);
+    std::stable_sort(order.begin(), order.end(),
+                     [times](unsigned a, unsigned b) { return times[a].ticks() < times[b].ticks(); });
+
+    std::vector<Tkeyframe*> fresh;
+    fresh.reserve(count);
+    firstChanged = arrayCount();
+    for (unsigned n = 0; n < count; ++n) {
+        unsigned const i = order[n];
+        bool const lastOfTime = n + 1 == count || times[order[n + 1]].ticks() != times[i].ticks();
+        if (!lastOfTime) {
+            continue;  // a later pair for the same time wins
+        }
+        TtimeValue const time =
+            fTickKeys != nullptr ? TtimeValue(times[i]) : TtimeValue(static_cast<float>(times[i].seconds()));
+        unsigned index = 0;
+        if (findStoredTime(time, index)) {
+            keyframe(index)->setValue(values[i]);
+            firstChanged = std::min(firstChanged, index);
+            notifyClientsOfChange(keyframe(index), TparamCurveModifiedMsg::kKeyChanged);
+            continue;
+        }
+        Tkeyframe* key = fTickKeys != nullptr ? new Tkeyframe(times[i], values[i], in, out)
+                                              : new Tkeyframe(time.floatSeconds(), values[i], in, out);
+        if (!fresh.empty() && !(*fresh.back() < *key) && fTickKeys == nullptr) {
+            delete key;  // within the key tolerance of the previous new key
+            continue;
+        }
+        fresh.push_back(key);
+    }
+    if (fresh.empty()) {
+        return true;
+    }
+
+    unsigned const oldCount = arrayCount();
+    Tarray& storage = fTickKeys != nullptr ? static_cast<Tarray&>(*fTickKeys) : static_cast<Tarray&>(*fFloatKeys);
+    if (!storage.allocateArray(oldCount + static_cast<unsigned>(fresh.size()))) {
+        for (Tkeyframe* key : fresh) {
+            delete key;
+        }
+        return false;
+    }
+    std::vector<Tkeyframe*> merged;
+    merged.reserve(oldCount + fresh.size());
+    auto* existing = static_cast<Tkeyframe**>(storage.data());
+    std::merge(existing, existing + oldCount, fresh.begin(), fresh.end(), std::back_inserter(merged),
+               [](Tkeyframe const* a, Tkeyframe const* b) { return a->seconds() < b->seconds(); });
+    storage.copyElements(0, merged.data(), static_cast<unsigned>(merged.size()));
+
+    unsigned index = 0;
+    findStoredTime(fresh.front()->timeValue(), index);
+    firstChanged = std::min(firstChanged, index);
+    for (Tkeyframe* key : fresh) {
+        notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyInserted);
+    }
+    return true;
+}
+
+// --- Replacing and removing ------------------------------------------------------------------
+
+bool TparamCurve::replaceKey(Tkeyframe* old, Tkeyframe const& replacement)
+{
+    unsigned index = 0;
+    if (old == nullptr || !findStoredTime(old->timeValue(), index) || keyframe(index) != old ||
+        !acceptsTimeForm(replacement.timeValue())) {
+        return false;
+    }
+    // The replacement must keep the order with the neighbours.
+    Tkeyframe const* before = keyframe(index - 1);
+    Tkeyframe const* after = keyframe(index + 1);
+    bool const ordered = fTickKeys != nullptr
+                             ? (index == 0 || before->animTime() < replacement.animTime()) &&
+                                   (after == nullptr || replacement.animTime() < after->animTime())
+                             : (index == 0 || *before < replacement) && (after == nullptr || replacement < *after);
+    if (!ordered) {
+        return false;
+    }
+    TchangeScope change(*this, kChangeReplace);
+    if (!change.open()) {
+        return false;
+    }
+    *old = replacement;
+    keysChangedAround(index, true);
+    checkStaticValueCondition(index);
+    notifyClientsOfChange(old, TparamCurveModifiedMsg::kKeyChanged);
+    change.modified();
+    return true;
+}
+
+bool TparamCurve::siblingsOrSelf(bool allChannels, TparamCurve* channels[3])
+{
+    channels[0] = this;
+    channels[1] = channels[2] = nullptr;
+    if (allChannels && getSiblingRotationCurves(&channels[0], &channels[1], &channels[2])) {
+        return true;
+    }
+    channels[0] = this;
+    channels[1] = channels[2] = nullptr;
+    return false;
+}
+
+bool TparamCurve::remove(unsigned index, Tkeyframe const* record, bool allChannels)
+{
+    TparamCurve* channels[3];
+    siblingsOrSelf(allChannels, channels);
+    for (TparamCurve* channel : channels) {
+        if (channel != nullptr) {
+            if (!channel->beginChange(kChangeAll)) {
+                return false;
+            }
+            channel->endChange(false);
+        }
+    }
+    bool removed = false;
+    for (TparamCurve* channel : channels) {
+        if (channel == nullptr || index >= channel->keyframeCount()) {
+            break;
+        }
+        removed = channel->removeOne(index, record) || removed;
+    }
+    return removed;
+}
+
+bool TparamCurve::removeOne(unsigned index, Tkeyframe const*)
+{
+    Tkeyframe* key = keyframe(index);
+    if (key == nullptr) {
+        return false;
+    }
+    TchangeScope change(*this, kChangeAll);
+    if (!change.open()) {
+        return false;
+    }
+    if (hasMessage(TkeyframeAddDeleteMsgTmeta)) {
+        notifyClients(TkeyframeAddDeleteMsg(key, false));
+    }
+    notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyRemoved);
+    removePointerAt(index);
+    // No undo record takes the key yet: the curve still owns it.
+    delete key;
+    keysChangedAround(index > 0 ? index - 1 : 0, false);
+    if (arrayCount() == 0) {
+        fCurveFlags.set(kStaticBit);
+    }
+    change.modified();
+    return true;
+}
+
+void TparamCurve::removeAllKeys(bool notify, bool allChannels)
+{
+    TparamCurve* channels[3];
+    siblingsOrSelf(allChannels, channels);
+    for (TparamCurve* channel : channels) {
+        if (channel == nullptr) {
+            continue;
+        }
+        unsigned const n = channel->arrayCount();
+        Tkeyframe* first = channel->keyframe(0);
+        if (notify && first != nullptr) {
+            channel->notifyClientsOfChange(first, TparamCurveModifiedMsg::kKeyRemoved);
+        }
+        for (unsigned i = 0; i < n; ++i) {
+            delete channel->keyframe(i);
+        }
+        channel->replaceKeyArray();
+        channel->fCurveFlags.set(kStaticBit);
+        channel->invalidateCache();
+    }
+}
+
+// --- Key flags ---------------------------------------------------------------------------------
+
+bool TparamCurve::setBreakdown(unsigned index, bool on)
+{
+    Tkeyframe* key = keyframe(index);
+    if (key == nullptr) {
+        return false;
+    }
+    TchangeScope change(*this, kChangeTime);
+    if (!change.open()) {
+        return false;
+    }
+    key->setBreakdown(on);
+    notifyClientsOfChange(key, TparamCurveModifiedMsg::kBreakdownChanged);
+    change.modified();
+    return true;
+}
+
+bool TparamCurve::setTickDrawSpecial(unsigned index, bool on)
+{
+    Tkeyframe* key = keyframe(index);
+    if (key == nullptr) {
+        return false;
+    }
+    TchangeScope change(*this, kChangeNothing);
+    if (!change.open()) {
+        return false;
+    }
+    key->setTickDrawSpecial(on);
+    notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyChanged);
+    change.modified();
+    return true;
+}
+
+void TparamCurve::markDirty()
+{
+    Tkeyframe* first = keyframe(0);
+    if (first == nullptr) {
+        return;
+    }
+    TchangeScope change(*this, kChangeNothing);
+    if (!change.open()) {
+        return;
+    }
+    invalidateCache();
+    notifyClientsOfChange(first, TparamCurveModifiedMsg::kKeyChanged);
+    change.modified();
+}
+
+// --- Infinities -----------------------------------------------------------------------------------
+
+void TparamCurve::storeInfinityType(bool pre, TparamCurveEnums::TinfinityType type)
+{
+    bool const known = type == TparamCurveEnums::kLinear || type == TparamCurveEnums::kCycle ||
+                       type == TparamCurveEnums::kCycleRelative || type == TparamCurveEnums::kOscillate;
+    (pre ? fPreInfinity : fPostInfinity) = known ? type : TparamCurveEnums::kConstant;
+}
+
+bool TparamCurve::applyInfinityType(bool pre, TparamCurveEnums::TinfinityType type)
+{
+    TparamCurve* channels[3];
+    siblingsOrSelf(isRotationCurve(), channels);
+    for (TparamCurve* channel : channels) {
+        if (channel != nullptr) {
+            if (!channel->beginChange(kChangeInfinity)) {
+                return false;
+            }
+            channel->endChange(false);
+        }
+    }
+    for (TparamCurve* channel : channels) {
+        // Compared with the request, not with what would be stored: a request
+        // of 2 on a constant curve still runs the bracket and notifies.
+        if (channel == nullptr || (pre ? channel->fPreInfinity : channel->fPostInfinity) == type) {
+            continue;
+        }
+        TchangeScope change(*channel, kChangeNothing);
+        if (!change.open()) {
+            continue;
+        }
+        channel->storeInfinityType(pre, type);
+        channel->invalidateCache();
+        channel->notifyClientsOfChange(channel->keyframe(0), TparamCurveModifiedMsg::kTangentChanged);
+        change.modified();
+    }
+    return true;
+}
+
+bool TparamCurve::setPreInfinityType(TparamCurveEnums::TinfinityType type)
+{
+    return applyInfinityType(true, type);
+}
+
+bool TparamCurve::setPostInfinityType(TparamCurveEnums::TinfinityType type)
+{
+    return applyInfinityType(false, type);
+}

@@ -1,0 +1,275 @@
+#pragma once
+
+#include "keelanim/base/animTime.h"
+#include "keelanim/base/array.h"
+#include "keelanim/base/bitField.h"
+#include "keelanim/base/clientServer.h"
+#include "keelanim/base/export.h"
+#include "keelanim/curve/curveMessages.h"
+#include "keelanim/curve/paramCurveEnums.h"
+#include "keelanim/keys/keyframe.h"
+#include "keelanim/keys/keyframeArrays.h"
+#include "keelanim/undo/delta.h"
+
+#include <cstdint>
+
+class T2dAnimCurve;
+class TdebugOutput;
+class TparamCurveMsgDepot;
+
+// TparamCurve: an animation curve, the owner of its keys.
+//
+// Keys are kept in ascending time order in exactly one sorted pointer array
+// chosen at construction: float seconds (a float curve) or TanimTime ticks
+// (an animTime curve). Index i always means the i-th key of that array. The
+// curve owns its keys; nothing else does.
+//
+// Every mutation runs inside the change bracket: beginChange(mask) may refuse
+// (a locked channel, or a veto by the host's helpers), and the operation then
+// does nothing and answers false. Inside, it edits the keys, invalidates the
+// evaluation cache, sends a TparamCurveModifiedMsg to the curve's own clients
+// and, at the outermost endChange, reports the curve to the global depot,
+// which tells the global clients (see TparamCurveMsgDepot).
+//
+// Bad input never fails loudly: a bad index, a null key, NaN, or a time of
+// the other form (ticks for a float curve and seconds for an animTime curve,
+// in mutations) answers false, 0 or null and leaves the curve untouched.
+//
+// A curve is used by one thread at a time; distinct curves may be used by
+// distinct threads, except for the library-wide depot and statics, which
+// belong to the host's main thread.
+class KEEL_API TparamCurve : public TdeltaUser, public TclientServer {
+public:
+    // Curve flag bits.
+    enum TcurveFlagBit : unsigned {
+        kStaticBit = 0,            // every key has the same value
+        kSuppressMessagesBit = 1,  // unless kForceMessagesBit
+        kForceMessagesBit = 2,
+        kAskHelpersBit = 3,        // ask the helpers before each outermost change
+        kReferencedBit = 4,        // from a referenced file
+        kNoRemovalDeltasBit = 5,
+        kWeightedBit = 6,
+        kHideKeysBit = 7,          // keyframeCount and seekKey skip keys with key bit 3
+    };
+
+    // Change masks: which key parameters a change touches.
+    static constexpr unsigned kChangeTime = 512;
+    static constexpr unsigned kChangeValue = 1024;
+    static constexpr unsigned kChangeAll = 1919;  // insertion, removal, moves
+    static constexpr unsigned kChangeReplace = 728;
+    static constexpr unsigned kChangeBatchMove = 1752;
+    static constexpr unsigned kChangeTangentType = 248;
+    static constexpr unsigned kChangeInfinity = 16384;
+    static constexpr unsigned kChangeNothing = 0;
+
+    // Curve kinds 3, 4 and 5 are the rotation channels.
+    static constexpr unsigned kDefaultCurveKind = 1;
+
+    // Callbacks through which the host tells the curve about its context.
+    struct ThostHooks {
+        void* fOwner = nullptr;
+        // The three rotation curves of the same rotation; false when none.
+        bool (*fSiblingRotationCurves)(void* owner, TparamCurve const* curve, TparamCurve** x, TparamCurve** y,
+                                       TparamCurve** z) = nullptr;
+        double (*fNormalisationScale)(void* owner, TparamCurve const* curve) = nullptr;
+        bool (*fIsNormalised)(void* owner, TparamCurve const* curve) = nullptr;
+    };
+
+    using TclientCallbackFn = TclientCallback;
+
+    // --- Construction ------------------------------------------------------
+    // A float curve when `floatTime` is true, else an animTime curve. The
+    // curve starts static and weighted unless the key-tangent preference says
+    // otherwise.
+    explicit TparamCurve(bool floatTime = true);
+    // Copies hold fresh copies of every key (selection does not travel) and
+    // the curve-wide settings; clients and pending deltas stay behind.
+    TparamCurve(TparamCurve const& other);
+    TparamCurve& operator=(TparamCurve const& other);
+    ~TparamCurve() override;
+
+    bool isFloatCurve() const { return fFloatKeys != nullptr; }
+    bool isAnimTimeCurve() const { return fTickKeys != nullptr; }
+    unsigned curveKind() const { return fCurveKind; }
+    void setCurveKind(unsigned kind) { fCurveKind = kind; }
+    bool isRotationCurve() const { return fCurveKind >= 3 && fCurveKind <= 5; }
+
+    // --- Key access (tolerant of every bad index) ------------------------
+    // The number of keys; with kHideKeysBit set, hidden keys are not counted.
+    unsigned keyframeCount() const;
+    // The key at array index `index`, or null.
+    Tkeyframe* keyframe(unsigned index) const;
+    // The visible key at or next to `index`: direction > 0 looks forward,
+    // < 0 backward; 0 reads `index` as the ordinal among visible keys. The
+    // index is rewritten to the key's array index. Null when none.
+    Tkeyframe* seekKey(unsigned& index, int direction) const;
+    // True when a key lies at `time` (within kTimeTolerance on a float curve,
+    // at the same tick on an animTime curve); `index` is then its index,
+    // otherwise the index a key at that time would take. Times of the other
+    // form are converted.
+    bool find(TtimeValue const& time, unsigned& index) const;
+    // find() for a time in the keys' own stored form: no non-linear-editing
+    // clip mapping.
+    bool findStoredTime(TtimeValue const& time, unsigned& index) const;
+    // A key's time as the host sees it: in the curve's form, tick times
+    // mapped through the non-linear-editing clip. Zero seconds for null.
+    TtimeValue timeValue(unsigned index) const;
+    TtimeValue timeValue(Tkeyframe const* key) const;
+    // The same in one scratch value per thread, valid until the next call.
+    TtimeValue const& timeValueRef(Tkeyframe const* key) const;
+    float seconds(Tkeyframe const* key) const;
+    float seconds(unsigned index) const;
+    double doubleSeconds(Tkeyframe const* key) const;
+    double value(unsigned index) const;
+    bool breakdown(unsigned index) const;
+    bool tickDrawSpecial(unsigned index) const;
+
+    // --- Key mutation ------------------------------------------------------
+    bool setValue(unsigned index, double value);
+    // Also stores the auxiliary component of rotation keys.
+    bool setValue(unsigned index, double value, float aux);
+    // Writes the key's time; false (with the time written) when the new time
+    // breaks the order with the neighbours, which the caller must then mend.
+    bool setTime(unsigned index, TtimeValue const& time);
+    bool setKeyTime(Tkeyframe* key, TtimeValue const& time);
+    // Adds a copy of `key` at its time; a key already there takes the new
+    // data instead. `select` selects the key, `keepTangents` keeps the given
+    // tangents rather than computing them from the tangent types, and
+    // `quiet` sends no change message.
+    bool add(Tkeyframe const& key, bool select = false, bool keepTangents = false, bool quiet = false);
+    // Inserts a copy only where no key lies at that time.
+    bool insert(Tkeyframe const& key, bool keepTangents, bool select);
+    // Inserts this key object, taking ownership on success only.
+    bool insert(Tkeyframe* key, bool keepTangents);
+    // Inserts a copy of `key`, or replaces the key at its time through add().
+    // Shape preservation (keeping the curve's shape through the split span)
+    // is not available yet: a request for it is refused.
+    bool insertKey(Tkeyframe const& key, bool preserveShape);
+    // Adds one key per time and value in one change bracket. Keys at times
+    // already keyed take the new value; within the block the last pair for a
+    // time wins. Tick times are converted to seconds on a float curve.
+    bool blockAdd(TanimTimeArray const& times, TdoubleArray const& values, TtangentType in, TtangentType out);
+    bool blockAdd(TanimTime const* times, double const* values, unsigned count, TtangentType in, TtangentType out);
+    // Overwrites a key of this curve in place (selection stays with the slot).
+    bool replaceKey(Tkeyframe* old, Tkeyframe const& replacement);
+    // Removes the key at `index`, on this curve or, with `allChannels`, on the
+    // three rotation channels that the host hooks deliver.
+    bool remove(unsigned index, Tkeyframe const* record = nullptr, bool allChannels = false);
+    // Deletes every key; records no undo.
+    void removeAllKeys(bool notify = true, bool allChannels = false);
+    // Puts back a key object (as the undo of a removal does), taking
+    // ownership on success; false when a key lies at its time already.
+    bool addRemovedKey(Tkeyframe* key);
+    bool setBreakdown(unsigned index, bool on);
+    bool setTickDrawSpecial(unsigned index, bool on);
+
+    // --- Infinities --------------------------------------------------------
+    TparamCurveEnums::TinfinityType preInfinityType() const { return fPreInfinity; }
+    TparamCurveEnums::TinfinityType postInfinityType() const { return fPostInfinity; }
+    // Types 1, 3, 4 and 5 are stored as given; every other value as 0. On a
+    // rotation channel with siblings, all three channels change.
+    bool setPreInfinityType(TparamCurveEnums::TinfinityType type);
+    bool setPostInfinityType(TparamCurveEnums::TinfinityType type);
+
+    // --- Static conditions and caches --------------------------------------
+    bool isStatic() const { return fCurveFlags.isSet(kStaticBit); }
+    void checkStaticValueCondition(unsigned index);
+    void checkStaticTanCondition(unsigned index);
+    void invalidateCache(int index = -1);
+    void markDirty();
+    // Snapshots of each key's index, by key address; nested.
+    void recordKeyIndices();
+    unsigned recordedKeyIndex(Tkeyframe* key) const;
+    bool hasRecordedKeyIndices() const { return fRecordedIndices != nullptr; }
+    void deleteRecordedKeyIndices();
+
+    // --- Flags, locks and host context -------------------------------------
+    TbitField32 curveFlags() const { return fCurveFlags; }
+    void setCurveFlag(TcurveFlagBit bit, bool on) { fCurveFlags.setTo(bit, on); }
+    bool isWeighted() const { return fCurveFlags.isSet(kWeightedBit); }
+    // Channels the host has locked (change-mask bits).
+    void setLockedParams(unsigned mask) { fLockedParams = mask; }
+    unsigned lockedParams() const { return fLockedParams; }
+    bool anyParamsLocked(unsigned mask) const { return (fLockedParams & mask) != 0; }
+    // Whether curves from referenced files may be edited (a preference).
+    static bool refAnimCurvesEditable();
+    void setHostHooks(ThostHooks const& hooks, bool enabled);
+    bool hostHooksEnabled() const { return fHostHooksEnabled; }
+    // The rotation triple; without hooks, this curve alone and false.
+    bool getSiblingRotationCurves(TparamCurve** x, TparamCurve** y, TparamCurve** z, bool = false) const;
+    void setNLEData(TNLEData const* data);
+    TNLEData const* nleData() const { return fNleData; }
+
+    // --- Change bracket ----------------------------------------------------
+    bool beginChange(unsigned mask);
+    void endChange(bool modified);
+    void notifyClientsOfChange(Tkeyframe* key, int kind);
+    unsigned changeDepth() const { return fChangeDepth; }
+
+    // --- Library-wide messaging --------------------------------------------
+    static TparamCurveMsgDepot& globalMsgDepot();
+    static bool addGlobalClient(Tclient* client, TclientCallback callback);
+    static bool addGlobalHelper(Tclient* client, TclientCallback callback);
+    static bool removeGlobalClient(Tclient* client);
+    static void delayMessages();
+    static bool suspendUpdates(bool on);
+    static void resumeMessagesAndUpdate();
+    // Tells the host's model that curves are changing; called at most once
+    // per outermost change bracket, through the host's hook when one is set.
+    static void disableAnimCurveModelUpdates();
+    static void (*fsModelUpdatesHook)();
+    // While true, no curve sends change messages.
+    static bool fsSuppressChangeMessages;
+
+    // --- Printing ----------------------------------------------------------
+    void debugOutput(TdebugOutput& out) const;
+
+    // --- Statics -----------------------------------------------------------
+    static thread_local TtimeValue fsTimeValue;
+    // Bytes a key costs its curve: the key and its slot in the array.
+    static constexpr unsigned sfDataPerKeyframe = sizeof(Tkeyframe) + sizeof(Tkeyframe*);
+    // Makes evaluation step every span (blocking-mode playback).
+    static bool fsOverrideTangentsForBlockingMode;
+
+private:
+    // Storage helpers shared by the edits.
+    bool validIndex(unsigned index) const;
+    unsigned arrayCount() const;
+    bool acceptsTimeForm(TtimeValue const& time) const;
+    TtimeValue storedTime(TtimeValue const& time) const;
+    Tkeyframe* newKeyCopy(Tkeyframe const& source) const;
+    unsigned insertPointer(Tkeyframe* key);
+    bool removePointerAt(unsigned index);
+    void replaceKeyArray();
+    void copySettingsFrom(TparamCurve const& other);
+    void copyKeysFrom(TparamCurve const& other);
+    bool applyInfinityType(bool pre, TparamCurveEnums::TinfinityType type);
+    void storeInfinityType(bool pre, TparamCurveEnums::TinfinityType type);
+    bool mergeBlock(TanimTime const* times, double const* values, unsigned count, TtangentType in,
+                    TtangentType out, unsigned& firstChanged);
+    bool removeOne(unsigned index, Tkeyframe const* record);
+    bool siblingsOrSelf(bool allChannels, TparamCurve* channels[3]);
+    // The keys around `index` changed: drop the evaluation cache; the span
+    // segments and the tangents that depend on neighbours are rebuilt here.
+    void keysChangedAround(unsigned index, bool keepTangentsAtIndex);
+
+    unsigned fCurveKind = kDefaultCurveKind;
+    ThostHooks fHostHooks;
+    bool fHostHooksEnabled = false;
+    TfloatKeyframePtrArray* fFloatKeys = nullptr;
+    TanimTimeKeyframePtrArray* fTickKeys = nullptr;
+    TNLEData const* fNleData = nullptr;
+    TbitField32 fCurveFlags;
+    Tkeyframe* fCachedKey = nullptr;
+    unsigned fCachedKeyIndex = 0;
+    std::int32_t fInterpolatorSpan = -1;
+    T2dAnimCurve* fInterpolator = nullptr;
+    std::uint16_t fChangeDepth = 0;
+    bool fChangeAnswer = true;
+    bool fModified = false;
+    TparamCurveEnums::TinfinityType fPreInfinity = TparamCurveEnums::kConstant;
+    TparamCurveEnums::TinfinityType fPostInfinity = TparamCurveEnums::kConstant;
+    unsigned fLockedParams = 0;
+    TkeyframeIndexTable* fRecordedIndices = nullptr;
+    unsigned fRecordedIndicesDepth = 0;
+};
