@@ -39,8 +39,15 @@ void TclientServer::announceDeletion()
             r.fClient->detach(this);
         }
     }
-    fRegistrations.clear();
-    fHasVacancies = false;
+    if (fDeliveryDepth > 0) {
+        for (Registration& r : fRegistrations) {
+            r.fClient = nullptr;
+        }
+        fHasVacancies = true;
+    } else {
+        fRegistrations.clear();
+        fHasVacancies = false;
+    }
 }
 
 void TclientServer::addClientHook(Tclient*, Tmetaclass*) {}

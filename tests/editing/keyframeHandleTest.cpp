@@ -1,0 +1,156 @@
+#include "support/curveBuilders.h"
+
+#include <gtest/gtest.h>
+
+using keeltest::floatCurve;
+using keeltest::tickCurve;
+
+namespace {
+
+TEST(KeyHandles, FollowTheirKeyAcrossReindexing)
+{
+    auto curve = floatCurve({{0.0f, 0.0}, {1.0f, 1.0}, {2.0f, 2.0}});
+    TkeyframeHandle handle(curve.get(), 2u, true);
+    EXPECT_EQ(handle.index(), 2);
+    curve->remove(0);
+    EXPECT_EQ(handle.index(), 1);
+    curve->add(Tkeyframe(-1.0f, 0.0, kTangentFixed, kTangentFixed));
+    curve->add(Tkeyframe(-2.0f, 0.0, kTangentFixed, kTangentFixed));
+    EXPECT_EQ(handle.index(), 3);
+    EXPECT_EQ(handle.value(), 2.0);
+    EXPECT_EQ(handle.timeValue().seconds(), 2.0);
+    EXPECT_FALSE(handle.timeValue().isTicks());
+}
+
+TEST(KeyHandles, ConstructionByTimeFindsOnlyExactKeys)
+{
+    auto curve = tickCurve({{0, 0.0}, {12000, 1.0}});
+    TkeyframeHandle atKey(curve.get(), TanimTime::fromTicks(12000), false);
+    EXPECT_TRUE(atKey.present());
+    EXPECT_DOUBLE_EQ(atKey.seconds(), 2.0);
+    EXPECT_TRUE(atKey.timeValue().isTicks());
+    TkeyframeHandle between(curve.get(), TanimTime::fromTicks(6000), false);
+    EXPECT_EQ(between.keyframe(), nullptr);
+    EXPECT_FALSE(between.present());
+    EXPECT_EQ(between.index(), -1);
+    EXPECT_EQ(between.timeValue(), TtimeValue());
+    EXPECT_EQ(between.value(), 0.0);
+    float x = 0;
+    float y = 0;
+    EXPECT_FALSE(between.getTanIn(x, y));
+    TkeyframeHandle byFloat(curve.get(), 2.0f, false);
+    EXPECT_TRUE(byFloat.present()) << "a real time finds the tick key at that time";
+    TkeyframeHandle noCurve(nullptr, 0u, false);
+    EXPECT_EQ(noCurve.index(), -1);
+    TkeyframeHandle badIndex(curve.get(), 7u, false);
+    EXPECT_EQ(badIndex.keyframe(), nullptr);
+    TkeyframeHandle empty;
+    EXPECT_EQ(empty.seconds(), 0.0);
+    EXPECT_EQ(empty.paramCurve(), nullptr);
+}
+
+TEST(KeyHandles, SecondsGoThroughTheClip)
+{
+    auto curve = tickCurve({{12000, 1.0}});
+    TNLEData const clip(6000, 0, 1.0);
+    curve->setNLEData(&clip);
+    TkeyframeHandle handle(curve.get(), 0u, false);
+    EXPECT_DOUBLE_EQ(handle.seconds(), 1.0);
+    EXPECT_EQ(handle.timeValue().animTime().ticks(), 12000) << "the stored time";
+    EXPECT_EQ(handle.index(), 0);
+    curve->setNLEData(nullptr);
+}
+
+TEST(KeyHandles, DeletionAndReinsertionAsUndoDoes)
+{
+    auto curve = floatCurve({{0.0f, 0.0}, {1.0f, 5.0}});
+    Tkeyframe* key = curve->keyframe(1);
+    TkeyframeHandle client(curve.get(), key, true);
+    TkeyframeHandle bystander(curve.get(), key, false);
+    EXPECT_TRUE(client == bystander);
+    EXPECT_EQ(client.data()->flags(), TkeyframeHandle::ThandleData::kPresentMask |
+                                           TkeyframeHandle::ThandleData::kRegisteredMask);
+
+    // Take the key out and put it back the way an undo record does.
+    Tkeyframe saved(*key);
+    curve->remove(1);
+    EXPECT_FALSE(client.present());
+    EXPECT_EQ(client.timeValue().seconds(), 1.0) << "the deleted key's time still reads";
+    EXPECT_EQ(client.value(), 5.0);
+    EXPECT_FALSE(client == bystander) << "only one of them saw the deletion";
+
+    auto* revived = new Tkeyframe(saved);
+    TkeyframeHandle onRevived(curve.get(), revived, true);
+    EXPECT_TRUE(curve->addRemovedKey(revived));
+    EXPECT_TRUE(onRevived.present());
+    EXPECT_EQ(onRevived.index(), 1);
+}
+
+TEST(KeyHandles, CurveDeletionEmptiesRegisteredHandles)
+{
+    auto curve = floatCurve({{0.0f, 3.0}});
+    TkeyframeHandle handle(curve.get(), 0u, true);
+    curve.reset();
+    EXPECT_EQ(handle.paramCurve(), nullptr);
+    EXPECT_FALSE(handle.present());
+    EXPECT_EQ(handle.index(), -1);
+    EXPECT_EQ(handle.timeValue(), TtimeValue());
+}
+
+TEST(KeyHandles, CopiesShareDataUntilMadeUnique)
+{
+    auto curve = floatCurve({{0.0f, 3.0}});
+    TkeyframeHandle original(curve.get(), 0u, false);
+    TkeyframeHandle copy(original, true);
+    EXPECT_EQ(original.data(), copy.data());
+    EXPECT_EQ(copy.data()->refCount(), 2u);
+    EXPECT_TRUE(curve->hasClient(copy.data()));
+
+    copy.ensureUniqueData();
+    EXPECT_NE(original.data(), copy.data());
+    EXPECT_EQ(original.data()->refCount(), 1u);
+    EXPECT_EQ(copy.data()->flags(), TkeyframeHandle::ThandleData::kPresentMask) << "the copy is not registered";
+    EXPECT_TRUE(original == copy) << "same key, same curve, same state";
+    copy.makeClient();
+    EXPECT_TRUE(curve->hasClient(copy.data()));
+    copy.removeData();
+    EXPECT_EQ(copy.data(), nullptr);
+    EXPECT_FALSE(original == copy);
+    copy.ensureUniqueData();
+    ASSERT_NE(copy.data(), nullptr);
+    EXPECT_EQ(copy.keyframe(), nullptr);
+
+    TkeyframeHandle assigned;
+    assigned = original;
+    EXPECT_EQ(assigned.data(), original.data());
+    assigned = assigned;
+    EXPECT_EQ(original.data()->refCount(), 2u);
+}
+
+TEST(KeyHandles, HandlesInMessagesNameTheChangedKey)
+{
+    auto curve = floatCurve({{0.0f, 1.0}, {1.0f, 2.0}});
+    keeltest::TmessageLog log;
+    curve->addClient(&log, TparamCurveModifiedMsgTmeta, &keeltest::TmessageLog::heard);
+    curve->setValue(1, 9.0);
+    ASSERT_EQ(log.fEntries.size(), 1u);
+    EXPECT_EQ(log.fEntries[0].fKey, curve->keyframe(1));
+}
+
+TEST(KeyHandleArrays, HoldPointersWithoutOwningThem)
+{
+    auto curve = floatCurve({{0.0f, 1.0}, {1.0f, 2.0}});
+    TkeyframeHandle a(curve.get(), 0u, false);
+    TkeyframeHandle b(curve.get(), 1u, false);
+    TkeyframeHandlePtrArray handles;
+    handles.addLast(&a);
+    handles.addLast(&b);
+    TkeyframeHandlePtrArrayPtrList lists;
+    lists.addLast(&handles);
+    EXPECT_EQ(lists[0]->at(1)->index(), 1);
+    unsigned index = 0;
+    EXPECT_TRUE(handles.find(&b, index));
+    EXPECT_EQ(index, 1u);
+}
+
+} // namespace

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <keelanim/keelanim.h>
+
+#include <initializer_list>
+#include <memory>
+#include <utility>
+
+// Small builders for tests: curves from (time, value) pairs.
+namespace keeltest {
+
+// A float curve with keys at (seconds, value), fixed tangents.
+inline std::unique_ptr<TparamCurve> floatCurve(std::initializer_list<std::pair<float, double>> keys)
+{
+    auto curve = std::make_unique<TparamCurve>(true);
+    for (auto const& [time, value] : keys) {
+        curve->add(Tkeyframe(time, value, kTangentFixed, kTangentFixed));
+    }
+    return curve;
+}
+
+// An animTime curve with keys at (ticks, value), fixed tangents.
+inline std::unique_ptr<TparamCurve> tickCurve(std::initializer_list<std::pair<int, double>> keys)
+{
+    auto curve = std::make_unique<TparamCurve>(false);
+    for (auto const& [ticks, value] : keys) {
+        curve->add(Tkeyframe(TanimTime::fromTicks(ticks), value, kTangentFixed, kTangentFixed));
+    }
+    return curve;
+}
+
+// Records every message a client hears, by type and kind.
+class TmessageLog : public Tclient {
+public:
+    struct Entry {
+        Tmetaclass* fType;
+        int fKind;
+        Tkeyframe const* fKey;
+        unsigned fCurveCount;
+    };
+    std::vector<Entry> fEntries;
+
+    static void heard(Tclient* client, TclientServer*, TserverMsg const& msg)
+    {
+        auto* log = static_cast<TmessageLog*>(client);
+        Entry entry{msg.typeof(), -1, nullptr, 0};
+        if (auto const* modified = keelCast<TparamCurveModifiedMsg>(&msg)) {
+            entry.fKind = modified->type();
+            entry.fKey = modified->handle() != nullptr ? modified->handle()->keyframe() : nullptr;
+        } else if (auto const* addDelete = keelCast<TkeyframeAddDeleteMsg>(&msg)) {
+            entry.fKind = addDelete->added() ? 1 : 0;
+            entry.fKey = addDelete->key();
+        } else if (auto const* changed = keelCast<TparamCurveChangedMsg>(&msg)) {
+            entry.fCurveCount = changed->curves() != nullptr ? unsigned(changed->curves()->size()) : 0;
+        } else if (auto const* helper = keelCast<TparamCurveHelperMsg>(&msg)) {
+            entry.fKind = helper->kind();
+        }
+        log->fEntries.push_back(entry);
+    }
+
+    unsigned count(Tmetaclass* type) const
+    {
+        unsigned n = 0;
+        for (Entry const& e : fEntries) {
+            n += e.fType == type ? 1 : 0;
+        }
+        return n;
+    }
+};
+
+} // namespace keeltest
