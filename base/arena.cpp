@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstdlib>
 #include <functional>
+#include <mutex>
 #include <new>
 
 namespace {
@@ -138,7 +139,7 @@ void* TcompactArena::allocate(unsigned long bytes, unsigned long count)
     if (bytes > fElementSize || count != 1) {
         return nullptr;
     }
-    std::lock_guard<std::mutex> lock(fMutex);
+    std::lock_guard<TspinLock> lock(fLock);
     if (fCurrent == nullptr || fCurrent->isFull()) {
         fCurrent = nullptr;
         for (PageRecord const& record : fPages) {
@@ -184,7 +185,7 @@ void TcompactArena::deallocate(void* block)
     if (block == nullptr) {
         return;
     }
-    std::lock_guard<std::mutex> lock(fMutex);
+    std::lock_guard<TspinLock> lock(fLock);
     PageRecord const* record = owningPage(block);
     if (record == nullptr) {
         std::free(block);  // handed out by the system allocator while the arena was bypassed
@@ -206,12 +207,12 @@ void TcompactArena::deallocate(void* block)
 
 std::size_t TcompactArena::pageCount() const
 {
-    std::lock_guard<std::mutex> lock(fMutex);
+    std::lock_guard<TspinLock> lock(fLock);
     return fPages.size();
 }
 
 std::size_t TcompactArena::blocksInUse() const
 {
-    std::lock_guard<std::mutex> lock(fMutex);
+    std::lock_guard<TspinLock> lock(fLock);
     return fInUse;
 }

@@ -4,7 +4,7 @@
 
 namespace {
 constexpr int kLineCapacity = 1024;
-} // namespace
+}  // namespace
 
 TdebugOutput::~TdebugOutput() = default;
 

@@ -15,12 +15,16 @@ thread_local bool sModelUpdatesDisabled = false;
 // Sends a helper question to the depot's helpers and answers their reply.
 TbitField32 askHelpers(TparamCurve* curve, std::int32_t kind, std::uint32_t answer = 1)
 {
+    TparamCurveMsgDepot& depot = TparamCurve::globalMsgDepot();
+    if (!depot.hasClients()) {
+        return TbitField32(answer);  // nobody to change the default answer
+    }
     TparamCurveHelperMsg const question(kind, curve, answer);
-    TparamCurve::globalMsgDepot().notifyClients(question);
+    depot.notifyClients(question);
     return question.answer();
 }
 
-} // namespace
+}  // namespace
 
 void (*TparamCurve::fsModelUpdatesHook)() = nullptr;
 bool TparamCurve::fsSuppressChangeMessages = false;

@@ -17,7 +17,7 @@ template <class Msg> bool copyFrom(Msg& to, TserverMsg const& from)
     to = *same;
     return true;
 }
-} // namespace
+}  // namespace
 
 bool TparamCurveModifiedMsg::copy(TserverMsg const& other)
 {

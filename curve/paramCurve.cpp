@@ -9,7 +9,7 @@
 
 namespace {
 constexpr unsigned kKeyArraySizeHint = 8;
-} // namespace
+}  // namespace
 
 thread_local TtimeValue TparamCurve::fsTimeValue;
 bool TparamCurve::fsOverrideTangentsForBlockingMode = false;
@@ -125,8 +125,12 @@ unsigned TparamCurve::insertPointer(Tkeyframe* key)
     if (key == nullptr || findStoredTime(key->timeValue(), index)) {
         return kArrayFailure;
     }
-    unsigned const result = fTickKeys != nullptr ? fTickKeys->insert(key, index) : fFloatKeys->insert(key, index);
-    return result == 0 ? index : kArrayFailure;
+    return insertPointerAt(key, index) ? index : kArrayFailure;
+}
+
+bool TparamCurve::insertPointerAt(Tkeyframe* key, unsigned index)
+{
+    return (fTickKeys != nullptr ? fTickKeys->insert(key, index) : fFloatKeys->insert(key, index)) == 0;
 }
 
 bool TparamCurve::removePointerAt(unsigned index)
@@ -229,10 +233,23 @@ bool TparamCurve::findStoredTime(TtimeValue const& time, unsigned& index) const
 {
     index = 0;
     if (fTickKeys != nullptr) {
-        return fTickKeys->findKey(time.asAnimTime().ticks(), index) == 0;
+        return findIn(*fTickKeys, time.asAnimTime().ticks(), index);
     }
     double const seconds = time.seconds();
-    return !std::isnan(seconds) && fFloatKeys->findKey(seconds, index) == 0;
+    return !std::isnan(seconds) && findIn(*fFloatKeys, seconds, index);
+}
+
+// Keys are most often added after the last one: that costs no search.
+template <class Array> bool TparamCurve::findIn(Array const& keys, typename Array::Key probe, unsigned& index)
+{
+    using Order = typename Array::OrderType;
+    unsigned const n = keys.count();
+    Tkeyframe const* last = n > 0 ? keys.at(n - 1) : nullptr;
+    if (last != nullptr && Order::greater(probe, Order::keyOf(*last))) {
+        index = n;
+        return false;
+    }
+    return keys.findKey(probe, index) == 0;
 }
 
 TtimeValue TparamCurve::timeValue(Tkeyframe const* key) const
@@ -411,9 +428,11 @@ void TparamCurve::deleteRecordedKeyIndices()
 
 void TparamCurve::debugOutput(TdebugOutput& out) const
 {
-    // The header names the low 32 bits of the curve's address.
+    // The header names the low 32 bits of the curve's address, on a line of
+    // its own.
     auto const address = static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(this));
     out.print("Param Curve %#x : %d %s keys", address, int(keyframeCount()), isFloatCurve() ? "float" : "animTime");
+    out.print("\n");
     for (unsigned i = 0; i < arrayCount(); ++i) {
         Tkeyframe const* key = keyframe(i);
         if (key != nullptr) {

@@ -38,7 +38,7 @@ bool isNaNTime(TtimeValue const& time)
     return !time.isTicks() && std::isnan(time.seconds());
 }
 
-} // namespace
+}  // namespace
 
 void TparamCurve::keysChangedAround(unsigned index, bool)
 {
@@ -141,8 +141,7 @@ bool TparamCurve::add(Tkeyframe const& key, bool select, bool keepTangents, bool
         *target = key;
     } else {
         target = newKeyCopy(key);
-        index = insertPointer(target);
-        if (index == kArrayFailure) {
+        if (!insertPointerAt(target, index)) {
             delete target;
             return false;
         }
@@ -153,8 +152,8 @@ bool TparamCurve::add(Tkeyframe const& key, bool select, bool keepTangents, bool
     keysChangedAround(index, keepTangents);
     checkStaticValueCondition(index);
     if (!quiet) {
-        notifyClientsOfChange(target, replacing ? TparamCurveModifiedMsg::kKeyChanged
-                                                : TparamCurveModifiedMsg::kKeyInserted);
+        notifyClientsOfChange(target,
+                              replacing ? TparamCurveModifiedMsg::kKeyChanged : TparamCurveModifiedMsg::kKeyInserted);
     }
     change.modified();
     return true;
@@ -183,8 +182,7 @@ bool TparamCurve::insert(Tkeyframe* key, bool keepTangents)
     if (!change.open()) {
         return false;
     }
-    index = insertPointer(key);
-    if (index == kArrayFailure) {
+    if (!insertPointerAt(key, index)) {
         return false;
     }
     keysChangedAround(index, keepTangents);
@@ -211,7 +209,7 @@ bool TparamCurve::insertKey(Tkeyframe const& key, bool preserveShape)
         return false;
     }
     Tkeyframe* inserted = newKeyCopy(key);
-    if ((fTickKeys != nullptr ? fTickKeys->insert(inserted, index) : fFloatKeys->insert(inserted, index)) != 0) {
+    if (!insertPointerAt(inserted, index)) {
         delete inserted;
         return false;
     }
@@ -232,7 +230,7 @@ bool TparamCurve::addRemovedKey(Tkeyframe* key)
     if (!change.open()) {
         return false;
     }
-    if ((fTickKeys != nullptr ? fTickKeys->insert(key, index) : fFloatKeys->insert(key, index)) != 0) {
+    if (!insertPointerAt(key, index)) {
         return false;
     }
     if (hasMessage(TkeyframeAddDeleteMsgTmeta)) {
@@ -247,8 +245,7 @@ bool TparamCurve::addRemovedKey(Tkeyframe* key)
 
 // --- Block add ---------------------------------------------------------------------------
 
-bool TparamCurve::blockAdd(TanimTimeArray const& times, TdoubleArray const& values, TtangentType in,
-                           TtangentType out)
+bool TparamCurve::blockAdd(TanimTimeArray const& times, TdoubleArray const& values, TtangentType in, TtangentType out)
 {
     if (times.count() != values.count()) {
         return false;

@@ -5,7 +5,7 @@
 
 namespace {
 thread_local TtimeValue sHandleTime;
-} // namespace
+}  // namespace
 
 // --- ThandleData -------------------------------------------------------------------
 

@@ -1,5 +1,5 @@
-// The engine's main job on a built-in example: keys in both time forms,
-// kept in time order by the curve key containers.
+// The engine's main job on a built-in example: curves of both time forms,
+// edited inside a delayed batch, with what their observers heard.
 
 #include <keelanim/keelanim.h>
 
@@ -9,25 +9,55 @@
 
 namespace {
 
+char const* const kKindNames[] = {"key inserted", "key removed", "time/value changed", "tangent changed", "colour",
+                                  "weighting",    "locks",       "breakdown"};
+
+// Prints what a curve tells its own clients.
+class TcurveWatcher : public Tclient {
+public:
+    explicit TcurveWatcher(char const* name) : fName(name) {}
+    static void heard(Tclient* client, TclientServer* server, TserverMsg const& msg)
+    {
+        auto* self = static_cast<TcurveWatcher*>(client);
+        auto const* curve = static_cast<TparamCurve const*>(server);
+        if (auto const* modified = keelCast<TparamCurveModifiedMsg>(&msg)) {
+            TkeyframeHandle const* key = modified->handle();
+            std::printf("  [%s] %s at %.4f s\n", self->fName, kKindNames[modified->type()],
+                        key != nullptr ? curve->doubleSeconds(key->keyframe()) : 0.0);
+        } else if (auto const* addDelete = keelCast<TkeyframeAddDeleteMsg>(&msg)) {
+            std::printf("  [%s] key at %.4f s %s\n", self->fName, addDelete->key()->seconds(),
+                        addDelete->added() ? "came back" : "is leaving");
+        }
+    }
+
+private:
+    char const* fName;
+};
+
+// Prints the library-wide changed-curves messages.
+class TglobalWatcher : public Tclient {
+public:
+    static void heard(Tclient*, TclientServer*, TserverMsg const& msg)
+    {
+        auto const* changed = keelCast<TparamCurveChangedMsg>(&msg);
+        std::printf("  [global] %zu curve(s) changed\n", changed->curves()->size());
+    }
+};
+
 template <class Array> void printKeys(char const* title, Array const& keys)
 {
     std::printf("%s (%u keys)\n", title, keys.count());
-    std::printf("  %-5s %-12s %-10s %-8s %-8s %s\n", "index", "time (s)", "value", "in", "out", "form");
     for (unsigned i = 0; i < keys.count(); ++i) {
         Tkeyframe const* key = keys.at(i);
-        std::printf("  %-5u %-12.6f %-10.4f %-8d %-8d %s\n", i, key->seconds(), key->value(), int(key->tanInType()),
-                    int(key->tanOutType()), key->isTickTime() ? "ticks" : "seconds");
+        std::printf("  %u: %10.6f s  value %8.4f  %s\n", i, key->seconds(), key->value(),
+                    key->isTickTime() ? "ticks" : "seconds");
     }
 }
 
-}  // namespace
-
-int main()
+void showContainers()
 {
-    std::printf("Keelanim %s\n\n", relmarkVersion());
-
-    // A seconds curve's keys, added out of order; the array sorts them and
-    // refuses a key within 1e-5 s of one it holds.
+    // Keys added out of order; the array sorts them and refuses a key within
+    // 1e-5 s of one it holds.
     std::vector<std::unique_ptr<Tkeyframe>> owned;
     TfloatKeyframePtrArray secondsKeys(false, 8);
     for (float const t : {1.0f, 0.0f, 2.5f, 0.5f, 1.000004f}) {
@@ -38,18 +68,55 @@ int main()
     }
     printKeys("seconds keys", secondsKeys);
 
-    // A tick curve's keys: 6000 ticks per second, exact signed order.
     TanimTimeKeyframePtrArray tickKeys(false, 8);
     for (int const ticks : {6000, -6000, 12000, 0, 3000}) {
         owned.push_back(
             std::make_unique<Tkeyframe>(TanimTime::fromTicks(ticks), ticks / 6000.0, kTangentStep, kTangentStep));
         tickKeys.insert(owned.back().get());
     }
-    printKeys("\ntick keys", tickKeys);
+    printKeys("tick keys (6000 per second, signed order)", tickKeys);
+}
 
-    unsigned index = 0;
-    Tkeyframe const probe(TanimTime(0.25, kSeconds), 0.0, kTangentGlobal, kTangentGlobal);
-    tickKeys.find(&probe, index);
-    std::printf("\na key at 0.25 s would go in at index %u of the tick keys\n", index);
+void showCurves()
+{
+    TparamCurve seconds(true);
+    TparamCurve ticks(false);
+    TcurveWatcher secondsWatcher("seconds curve");
+    TcurveWatcher ticksWatcher("tick curve");
+    TglobalWatcher global;
+    seconds.addClient(&secondsWatcher, TparamCurveModifiedMsgTmeta, &TcurveWatcher::heard, TkeyframeAddDeleteMsgTmeta,
+                      &TcurveWatcher::heard);
+    ticks.addClient(&ticksWatcher, TparamCurveModifiedMsgTmeta, &TcurveWatcher::heard);
+    TparamCurve::addGlobalClient(&global, &TglobalWatcher::heard);
+
+    std::printf("\nbuilding two curves inside one delayed batch:\n");
+    TparamCurve::delayMessages();
+    for (int frame = 0; frame <= 48; frame += 12) {
+        double const value = (frame % 24 == 0) ? 0.0 : 10.0;
+        seconds.add(Tkeyframe(float(frame) / 24.0f, value, kTangentSpline, kTangentSpline));
+        ticks.add(Tkeyframe(TanimTime(frame, kFilm), value * 2.0, kTangentLinear, kTangentLinear));
+    }
+    TkeyframeHandle handle(&seconds, 2u, true);  // follows its key, not its index
+    seconds.remove(0);
+    seconds.setValue(1, 4.5);
+    std::printf("  (the handle's key is now at index %d)\n", handle.index());
+    std::printf("resuming: one changed-curves message for both curves\n");
+    TparamCurve::resumeMessagesAndUpdate();
+
+    TdebugOutput out;
+    std::printf("\n");
+    seconds.debugOutput(out);
+    std::printf("\n");
+    ticks.debugOutput(out);
+    TparamCurve::removeGlobalClient(&global);
+}
+
+}  // namespace
+
+int main()
+{
+    std::printf("Keelanim %s\n\n", relmarkVersion());
+    showContainers();
+    showCurves();
     return 0;
 }

@@ -176,10 +176,13 @@ Tkeyframe& Tkeyframe::operator=(Tkeyframe const& other)
     return *this;
 }
 
+// The same as assigning into a fresh key and clearing the slot bits, done
+// member by member: copies are made for every key a curve adds.
 Tkeyframe::Tkeyframe(Tkeyframe const& other)
+    : fValue(other.fValue), fTime(other.fTime), fTanInX(other.fTanInX), fTanInY(other.fTanInY),
+      fTanInType(other.fTanInType), fTanOutX(other.fTanOutX), fTanOutY(other.fTanOutY), fTanOutType(other.fTanOutType),
+      fFlags(other.fFlags.word() & ~kSlotBitsMask), fQuatComponent(other.fQuatComponent)
 {
-    *this = other;
-    fFlags.clearMask(kSlotBitsMask);
 }
 
 void* Tkeyframe::operator new(std::size_t bytes)

@@ -5,7 +5,7 @@ KEEL_DEFINE_METACLASS(TdeltaComposite, &TdeltaTmeta);
 
 namespace {
 constexpr unsigned kInitialChildren = 8;
-} // namespace
+}  // namespace
 
 // --- Tdelta --------------------------------------------------------------------
 

@@ -246,4 +246,4 @@ TEST_F(MessageDepot, ChangedMessageNamesTheCurves)
     delete made;
 }
 
-} // namespace
+}  // namespace

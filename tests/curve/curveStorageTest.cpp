@@ -225,7 +225,8 @@ TEST(CurveBlockAdd, MergesUnorderedBlocksAndLastPairWins)
     auto curve = tickCurve({{0, 10.0}, {600, 20.0}});
     TanimTimeArray times;
     TdoubleArray values;
-    for (auto [t, v] : std::initializer_list<std::pair<int, double>>{{900, 1}, {-300, 2}, {300, 3}, {600, 4}, {900, 5}}) {
+    for (auto [t, v] :
+         std::initializer_list<std::pair<int, double>>{{900, 1}, {-300, 2}, {300, 3}, {600, 4}, {900, 5}}) {
         times.addLast(TanimTime::fromTicks(t));
         values.addLast(v);
     }
@@ -271,9 +272,9 @@ TEST(CurveInfinity, StoresKnownTypesAndMapsTheRestToConstant)
         int fRequested;
         TparamCurveEnums::TinfinityType fStored;
     };
-    Case const cases[] = {{1, TparamCurveEnums::kLinear},   {3, TparamCurveEnums::kCycle},
+    Case const cases[] = {{1, TparamCurveEnums::kLinear},        {3, TparamCurveEnums::kCycle},
                           {4, TparamCurveEnums::kCycleRelative}, {5, TparamCurveEnums::kOscillate},
-                          {2, TparamCurveEnums::kConstant},  {6, TparamCurveEnums::kConstant},
+                          {2, TparamCurveEnums::kConstant},      {6, TparamCurveEnums::kConstant},
                           {-1, TparamCurveEnums::kConstant}};
     for (Case const& c : cases) {
         EXPECT_TRUE(curve.setPreInfinityType(static_cast<TparamCurveEnums::TinfinityType>(c.fRequested)));
@@ -319,7 +320,7 @@ TEST(CurvePrinting, DebugOutputFormat)
     char header[64];
     std::snprintf(header, sizeof header, "Param Curve %#x : 2 float keys",
                   static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(curve.get())));
-    std::string const expected = std::string(header) + "index: 0\t time: 0.500000\t value: 1.250000\n" +
+    std::string const expected = std::string(header) + "\nindex: 0\t time: 0.500000\t value: 1.250000\n" +
                                  "index: 1\t time: 1.000000\t value: -2.000000\n";
     EXPECT_EQ(std::string(out.text().asChar()), expected);
 
@@ -368,4 +369,4 @@ TEST(CurveRotation, SiblingsComeFromTheHostHooks)
     EXPECT_EQ(z.postInfinityType(), TparamCurveEnums::kOscillate);
 }
 
-} // namespace
+}  // namespace

@@ -68,8 +68,8 @@ TEST(KeyHandles, DeletionAndReinsertionAsUndoDoes)
     TkeyframeHandle client(curve.get(), key, true);
     TkeyframeHandle bystander(curve.get(), key, false);
     EXPECT_TRUE(client == bystander);
-    EXPECT_EQ(client.data()->flags(), TkeyframeHandle::ThandleData::kPresentMask |
-                                           TkeyframeHandle::ThandleData::kRegisteredMask);
+    EXPECT_EQ(client.data()->flags(),
+              TkeyframeHandle::ThandleData::kPresentMask | TkeyframeHandle::ThandleData::kRegisteredMask);
 
     // Take the key out and put it back the way an undo record does.
     Tkeyframe saved(*key);
@@ -153,4 +153,4 @@ TEST(KeyHandleArrays, HoldPointersWithoutOwningThem)
     EXPECT_EQ(index, 1u);
 }
 
-} // namespace
+}  // namespace

@@ -68,4 +68,4 @@ public:
     }
 };
 
-} // namespace keeltest
+}  // namespace keeltest

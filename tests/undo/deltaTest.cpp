@@ -210,4 +210,4 @@ TEST(DeltaArrays, SlicesSwapsAndArraysOfArrays)
     EXPECT_EQ(copy.count(), 6u);
 }
 
-} // namespace
+}  // namespace

@@ -42,7 +42,7 @@ public:
     // Converts a value in `unit` to the nearest tick (ties to even), clamped
     // to the 32-bit range. NaN and unknown units give 0 ticks.
     TanimTime(double value, TtimeUnitSystem unit);
-    static constexpr TanimTime fromTicks(std::int32_t ticks) { return TanimTime(ticks, 0); }
+    static constexpr TanimTime fromTicks(std::int32_t ticks) { return TanimTime(ticks, TtickCount{}); }
 
     constexpr std::int32_t ticks() const { return fTicks; }
     double valueInThisUnit(TtimeUnitSystem unit) const;
@@ -54,7 +54,8 @@ public:
     friend KEEL_API TanimTime operator-(TanimTime a, TanimTime b);
 
 private:
-    constexpr TanimTime(std::int32_t ticks, int) : fTicks(ticks) {}
+    struct TtickCount {};
+    constexpr TanimTime(std::int32_t ticks, TtickCount) : fTicks(ticks) {}
     std::int32_t fTicks = 0;
 };
 

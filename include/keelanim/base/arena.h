@@ -2,9 +2,9 @@
 
 #include "keelanim/base/export.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <vector>
 
 // Pools of equal-size blocks.
@@ -97,5 +97,24 @@ private:
     std::vector<PageRecord> fPages;  // sorted by address
     TcompactPage* fCurrent = nullptr;
     std::size_t fInUse = 0;
-    mutable std::mutex fMutex;
+    // Held for a few dozen instructions at a time: a spin lock costs less
+    // than a mutex when, as usual, nobody else wants it.
+    class TspinLock {
+    public:
+        void lock()
+        {
+            while (fFlag.test_and_set(std::memory_order_acquire)) {
+                fFlag.wait(true, std::memory_order_relaxed);
+            }
+        }
+        void unlock()
+        {
+            fFlag.clear(std::memory_order_release);
+            fFlag.notify_one();
+        }
+
+    private:
+        std::atomic_flag fFlag;
+    };
+    mutable TspinLock fLock;
 };

@@ -85,6 +85,8 @@ public:
     // True when a message of `type` would reach at least one client.
     bool hasMessage(Tmetaclass* type) const;
     unsigned clientCount() const;
+    // True when at least one registration exists (cheap).
+    bool hasClients() const { return !fRegistrations.empty(); }
 
     // --- Delivery ----------------------------------------------------------
     void notifyClient(Tclient* client, TserverMsg const& msg);

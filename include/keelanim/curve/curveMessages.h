@@ -126,10 +126,10 @@ class KEEL_API TparamCurveHelperMsg : public TserverMsg {
 
 public:
     enum Tkind : std::int32_t {
-        kEndChange = 0,         // carries 1 when the begin answer kept bit 1
-        kBeginChange = 1,       // bit 1 is kept as the begin answer
-        kAskBeforeChange = 2,   // the change proceeds only with bit 2 set
-        kAskReferenced = 3,     // a referenced curve changes only with bit 4 set
+        kEndChange = 0,        // carries 1 when the begin answer kept bit 1
+        kBeginChange = 1,      // bit 1 is kept as the begin answer
+        kAskBeforeChange = 2,  // the change proceeds only with bit 2 set
+        kAskReferenced = 3,    // a referenced curve changes only with bit 4 set
     };
     static constexpr std::uint32_t kBeginAnswerBit = 1;
     static constexpr std::uint32_t kAllowChangeBit = 2;

@@ -45,11 +45,11 @@ public:
         kStaticBit = 0,            // every key has the same value
         kSuppressMessagesBit = 1,  // unless kForceMessagesBit
         kForceMessagesBit = 2,
-        kAskHelpersBit = 3,        // ask the helpers before each outermost change
-        kReferencedBit = 4,        // from a referenced file
+        kAskHelpersBit = 3,  // ask the helpers before each outermost change
+        kReferencedBit = 4,  // from a referenced file
         kNoRemovalDeltasBit = 5,
         kWeightedBit = 6,
-        kHideKeysBit = 7,          // keyframeCount and seekKey skip keys with key bit 3
+        kHideKeysBit = 7,  // keyframeCount and seekKey skip keys with key bit 3
     };
 
     // Change masks: which key parameters a change touches.
@@ -239,14 +239,16 @@ private:
     TtimeValue storedTime(TtimeValue const& time) const;
     Tkeyframe* newKeyCopy(Tkeyframe const& source) const;
     unsigned insertPointer(Tkeyframe* key);
+    bool insertPointerAt(Tkeyframe* key, unsigned index);
+    template <class Array> static bool findIn(Array const& keys, typename Array::Key probe, unsigned& index);
     bool removePointerAt(unsigned index);
     void replaceKeyArray();
     void copySettingsFrom(TparamCurve const& other);
     void copyKeysFrom(TparamCurve const& other);
     bool applyInfinityType(bool pre, TparamCurveEnums::TinfinityType type);
     void storeInfinityType(bool pre, TparamCurveEnums::TinfinityType type);
-    bool mergeBlock(TanimTime const* times, double const* values, unsigned count, TtangentType in,
-                    TtangentType out, unsigned& firstChanged);
+    bool mergeBlock(TanimTime const* times, double const* values, unsigned count, TtangentType in, TtangentType out,
+                    unsigned& firstChanged);
     bool removeOne(unsigned index, Tkeyframe const* record);
     bool siblingsOrSelf(bool allChannels, TparamCurve* channels[3]);
     // The keys around `index` changed: drop the evaluation cache; the span

@@ -19,7 +19,7 @@ struct TparamCurveEnums {
     enum TmoveOption : std::int32_t {
         kMoveBetweenNeighbours = 0,  // a moved block stays between its unmoved neighbours
         kMoveRefused = 1,
-        kMoveReplace = 2,            // one key may land on (and replace) an unmoved key
+        kMoveReplace = 2,  // one key may land on (and replace) an unmoved key
         kMoveReplaceBracketed = 3,
     };
 };

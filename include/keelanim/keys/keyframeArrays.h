@@ -44,6 +44,7 @@ struct KEEL_API TanimTimeKeyframePtrSObj {
 template <class Order> class KEEL_API TkeyframeSortedArray : public TsortedArray {
 public:
     using Key = typename Order::Key;
+    using OrderType = Order;
 
     // Curves use no duplicates and a size hint of 8.
     TkeyframeSortedArray(bool allowDuplicates, unsigned sizeHint);
@@ -110,8 +111,8 @@ public:
 // copy, catenate ...) come from TtypedArray.
 class KEEL_API TkeyframePtrList : public TtypedArray<Tkeyframe*, TobjArray> {
 public:
-    using TtypedArray::TtypedArray;
     using TtypedArray::find;
+    using TtypedArray::TtypedArray;
 
     // 0 and the first index holding `key`; kArrayFailure and index = count()
     // when absent.
