@@ -109,9 +109,23 @@ unsigned TparamCurve::arrayCount() const
     return fTickKeys != nullptr ? fTickKeys->count() : fFloatKeys->count();
 }
 
-bool TparamCurve::validIndex(unsigned index) const
+unsigned TparamCurve::indexOfKey(Tkeyframe const* key) const
 {
-    return keyframe(index) != nullptr;
+    if (key == nullptr) {
+        return kArrayFailure;
+    }
+    unsigned index = 0;
+    if (findStoredTime(key->timeValue(), index) && keyframe(index) == key) {
+        return index;
+    }
+    // A key moved out of order (setTime leaves that to the caller) is not
+    // where a search looks: find it by identity.
+    for (unsigned i = 0; i < arrayCount(); ++i) {
+        if (keyframe(i) == key) {
+            return i;
+        }
+    }
+    return kArrayFailure;
 }
 
 Tkeyframe* TparamCurve::keyframe(unsigned index) const

@@ -115,11 +115,8 @@ bool TparamCurve::setTime(unsigned index, TtimeValue const& time)
 
 bool TparamCurve::setKeyTime(Tkeyframe* key, TtimeValue const& time)
 {
-    unsigned index = 0;
-    if (key == nullptr || !findStoredTime(key->timeValue(), index) || keyframe(index) != key) {
-        return false;
-    }
-    return setTime(index, time);
+    unsigned const index = indexOfKey(key);
+    return index != kArrayFailure && setTime(index, time);
 }
 
 // --- Adding keys -----------------------------------------------------------------------
@@ -348,9 +345,8 @@ bool TparamCurve::mergeBlock(TanimTime const* times, double const* values, unsig
 
 bool TparamCurve::replaceKey(Tkeyframe* old, Tkeyframe const& replacement)
 {
-    unsigned index = 0;
-    if (old == nullptr || !findStoredTime(old->timeValue(), index) || keyframe(index) != old ||
-        !acceptsTimeForm(replacement.timeValue())) {
+    unsigned const index = indexOfKey(old);
+    if (index == kArrayFailure || !acceptsTimeForm(replacement.timeValue())) {
         return false;
     }
     // The replacement must keep the order with the neighbours.

@@ -111,6 +111,9 @@ public:
     // find() for a time in the keys' own stored form: no non-linear-editing
     // clip mapping.
     bool findStoredTime(TtimeValue const& time, unsigned& index) const;
+    // The index of this key object, or kArrayFailure when it is not a key of
+    // this curve.
+    unsigned indexOfKey(Tkeyframe const* key) const;
     // A key's time as the host sees it: in the curve's form, tick times
     // mapped through the non-linear-editing clip. Zero seconds for null.
     TtimeValue timeValue(unsigned index) const;
@@ -233,7 +236,6 @@ public:
 
 private:
     // Storage helpers shared by the edits.
-    bool validIndex(unsigned index) const;
     unsigned arrayCount() const;
     bool acceptsTimeForm(TtimeValue const& time) const;
     TtimeValue storedTime(TtimeValue const& time) const;
