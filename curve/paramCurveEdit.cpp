@@ -454,36 +454,32 @@ void TparamCurve::removeAllKeys(bool notify, bool allChannels)
 
 // --- Key flags ---------------------------------------------------------------------------------
 
-bool TparamCurve::setBreakdown(unsigned index, bool on)
+bool TparamCurve::setKeyFlag(unsigned index, unsigned mask, Tkeyframe::TflagBit bit, bool on, int kind)
 {
     Tkeyframe* key = keyframe(index);
     if (key == nullptr) {
         return false;
     }
-    TchangeScope change(*this, kChangeTime);
+    TchangeScope change(*this, mask);
     if (!change.open()) {
         return false;
     }
-    key->setBreakdown(on);
-    notifyClientsOfChange(key, TparamCurveModifiedMsg::kBreakdownChanged);
+    TbitField64 flags = key->flags();
+    flags.setTo(bit, on);
+    key->setFlags(flags);
+    notifyClientsOfChange(key, kind);
     change.modified();
     return true;
 }
 
+bool TparamCurve::setBreakdown(unsigned index, bool on)
+{
+    return setKeyFlag(index, kChangeTime, Tkeyframe::kBreakdownBit, on, TparamCurveModifiedMsg::kBreakdownChanged);
+}
+
 bool TparamCurve::setTickDrawSpecial(unsigned index, bool on)
 {
-    Tkeyframe* key = keyframe(index);
-    if (key == nullptr) {
-        return false;
-    }
-    TchangeScope change(*this, kChangeNothing);
-    if (!change.open()) {
-        return false;
-    }
-    key->setTickDrawSpecial(on);
-    notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyChanged);
-    change.modified();
-    return true;
+    return setKeyFlag(index, kChangeNothing, Tkeyframe::kTickDrawSpecialBit, on, TparamCurveModifiedMsg::kKeyChanged);
 }
 
 void TparamCurve::markDirty()

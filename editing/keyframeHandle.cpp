@@ -123,7 +123,7 @@ TkeyframeHandle::TkeyframeHandle(TparamCurve* curve, TanimTime time, bool makeCl
 
 TkeyframeHandle& TkeyframeHandle::operator=(TkeyframeHandle const& other)
 {
-    if (fData != other.fData) {
+    if (this != &other && fData != other.fData) {
         removeData();
         fData = other.fData;
         if (fData != nullptr) {

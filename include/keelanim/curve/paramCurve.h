@@ -252,6 +252,7 @@ private:
     bool mergeBlock(TanimTime const* times, double const* values, unsigned count, TtangentType in, TtangentType out,
                     unsigned& firstChanged);
     bool removeOne(unsigned index, Tkeyframe const* record);
+    bool setKeyFlag(unsigned index, unsigned mask, Tkeyframe::TflagBit bit, bool on, int kind);
     bool siblingsOrSelf(bool allChannels, TparamCurve* channels[3]);
     // The keys around `index` changed: drop the evaluation cache; the span
     // segments and the tangents that depend on neighbours are rebuilt here.
