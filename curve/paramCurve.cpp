@@ -4,6 +4,7 @@
 
 #include "keelanim/base/debugOutput.h"
 #include "keelanim/curve/msgDepot.h"
+#include "keelanim/segments/animCurve.h"
 
 #include <cmath>
 
@@ -68,6 +69,7 @@ TparamCurve::~TparamCurve()
     }
     delete fFloatKeys;
     delete fTickKeys;
+    delete fInterpolator;
 }
 
 void TparamCurve::copySettingsFrom(TparamCurve const& other)

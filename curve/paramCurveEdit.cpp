@@ -4,6 +4,7 @@
 
 #include "keelanim/curve/msgDepot.h"
 #include "keelanim/keys/pickParts.h"
+#include "keelanim/segments/animCurve.h"
 
 #include <algorithm>
 #include <cmath>
@@ -42,6 +43,8 @@ bool isNaNTime(TtimeValue const& time)
 
 void TparamCurve::keysChangedAround(unsigned index, bool)
 {
+    setSpanInterpMethod(index);
+    setSpanInterpMethod(index + 1);
     invalidateCache(static_cast<int>(index));
 }
 
@@ -189,6 +192,80 @@ bool TparamCurve::insert(Tkeyframe* key, bool keepTangents)
     return true;
 }
 
+// Splits the span that holds `time` (strictly between two keys) so that the
+// curve keeps its shape: `made` gets the value and tangents of a key at that
+// time. A segment span also reshapes its keys' facing tangents:
+// `neighbourTangents` then holds the first key's new out-tangent and the
+// second key's new in-tangent, and `reshapes` is true; linear and stepped
+// spans keep their keys. False when no span holds the time or the span has
+// no segment to split.
+bool TparamCurve::splitSpanAt(TtimeValue const& time, Tkeyframe& made, float neighbourTangents[4], bool& reshapes)
+{
+    reshapes = false;
+    unsigned index = 0;
+    if (find(time, index) || index == 0 || index >= arrayCount()) {
+        return false;
+    }
+    unsigned const lo = index - 1;
+    Tkeyframe* first = keyframe(lo);
+    Tkeyframe* second = keyframe(index);
+    first->getTanOut(neighbourTangents[0], neighbourTangents[1]);
+    second->getTanIn(neighbourTangents[2], neighbourTangents[3]);
+    double const x = time.seconds();
+    Tkeyframe::TspanInterpMethod const method =
+        fsOverrideTangentsForBlockingMode ? Tkeyframe::kInterpStep : first->interpMethod();
+    switch (method) {
+    case Tkeyframe::kInterpStep:
+    case Tkeyframe::kInterpStepNext:
+        made.setValue(method == Tkeyframe::kInterpStep ? first->value() : second->value());
+        made.setTanOutType(method == Tkeyframe::kInterpStep ? kTangentStep : kTangentStepNext);
+        return true;
+    case Tkeyframe::kInterpLinear: {
+        double const x0 = doubleSeconds(first);
+        double const x1 = doubleSeconds(second);
+        double const rise = second->value() - first->value();
+        made.setValue(first->value() + (x - x0) / (x1 - x0) * rise);
+        made.setTanIn(float(x1 - x0), float(rise));
+        made.setTanOut(float(x1 - x0), float(rise));
+        made.updateGlobalTangentTypes(kTangentLinear, kTangentLinear);
+        return true;
+    }
+    case Tkeyframe::kInterpSegment: break;
+    }
+    setInterpolationInterval(lo);
+    if (fInterpolator == nullptr) {
+        return false;
+    }
+    float o[8] = {};
+    double const v = fInterpolator->newMatchingKey(x, o[0], o[1], o[2], o[3], o[4], o[5], o[6], o[7]);
+    made.setValue(v);
+    made.setTanIn(o[2], o[3]);
+    made.setTanOut(o[4], o[5]);
+    made.updateGlobalTangentTypes(kTangentFixed, kTangentFixed);
+    neighbourTangents[0] = o[0];
+    neighbourTangents[1] = o[1];
+    neighbourTangents[2] = o[6];
+    neighbourTangents[3] = o[7];
+    reshapes = true;
+    return true;
+}
+
+Tkeyframe* TparamCurve::newMatchingKeyframe(TtimeValue const& time)
+{
+    if (!time.isTicks() && std::isnan(time.seconds())) {
+        return nullptr;
+    }
+    TtimeValue const stored = storedTime(time);
+    auto* made = isAnimTimeCurve() ? new Tkeyframe(stored.animTime(), 0.0, kTangentGlobal, kTangentGlobal)
+                                   : new Tkeyframe(stored.floatSeconds(), 0.0, kTangentGlobal, kTangentGlobal);
+    float neighbours[4] = {};
+    bool reshapes = false;
+    if (!splitSpanAt(time, *made, neighbours, reshapes)) {
+        made->setValue(evaluate(time));
+    }
+    return made;
+}
+
 bool TparamCurve::insertKey(Tkeyframe const& key, bool preserveShape)
 {
     unsigned index = 0;
@@ -198,23 +275,63 @@ bool TparamCurve::insertKey(Tkeyframe const& key, bool preserveShape)
     if (findStoredTime(key.timeValue(), index)) {
         return add(key, false, false, false);
     }
-    if (preserveShape) {
-        return false;  // needs the span segments' key matching
-    }
     TchangeScope change(*this, kChangeAll);
     if (!change.open()) {
         return false;
     }
     Tkeyframe* inserted = newKeyCopy(key);
+    float neighbours[4] = {};
+    bool reshapes = false;
+    bool const split = preserveShape && splitSpanAt(timeValue(inserted), *inserted, neighbours, reshapes);
+    if (preserveShape && !split) {
+        inserted->setValue(evaluate(timeValue(inserted)));  // beyond the keys: keep at least the value
+    }
     if (!insertPointerAt(inserted, index)) {
         delete inserted;
         return false;
     }
-    keysChangedAround(index, false);
+    if (reshapes) {
+        Tkeyframe* before = keyframe(index - 1);
+        Tkeyframe* after = keyframe(index + 1);
+        before->setTanOut(neighbours[0], neighbours[1]);
+        after->setTanIn(neighbours[2], neighbours[3]);
+        if (before->storedTanOutType() != kTangentStep && before->storedTanOutType() != kTangentStepNext) {
+            before->setTanOutType(kTangentFixed);
+        }
+        after->setTanInType(kTangentFixed);
+    }
+    keysChangedAround(index, split);
     checkStaticValueCondition(index);
     notifyClientsOfChange(inserted, TparamCurveModifiedMsg::kKeyInserted);
     change.modified();
     return true;
+}
+
+bool TparamCurve::insert(TtimeValue const& time, bool breakdown, bool allChannels)
+{
+    if (!acceptsTimeForm(time) || anyParamsLocked(kChangeAll)) {
+        return false;
+    }
+    TparamCurve* channels[3];
+    siblingsOrSelf(allChannels, channels);
+    bool inserted = false;
+    for (TparamCurve* channel : channels) {
+        if (channel == nullptr || !channel->acceptsTimeForm(time)) {
+            continue;
+        }
+        unsigned index = 0;
+        if (channel->find(time, index)) {
+            continue;
+        }
+        TtimeValue const stored = channel->storedTime(time);
+        double const current = channel->evaluate(time);
+        Tkeyframe key = stored.isTicks() ? Tkeyframe(stored.animTime(), current, kTangentGlobal, kTangentGlobal)
+                                         : Tkeyframe(stored.floatSeconds(), current, kTangentGlobal, kTangentGlobal);
+        key.setBreakdown(breakdown);
+        bool const done = channel->arrayCount() == 0 ? channel->add(key) : channel->insert(key, false, false);
+        inserted = done || inserted;
+    }
+    return inserted;
 }
 
 bool TparamCurve::addRemovedKey(Tkeyframe* key)
@@ -268,10 +385,13 @@ bool TparamCurve::blockAdd(TanimTime const* times, double const* values, unsigne
     if (!mergeBlock(times, values, count, in, out, firstChanged)) {
         return false;
     }
-    keysChangedAround(firstChanged, false);
-    for (unsigned i = firstChanged; i < arrayCount() && isStatic(); ++i) {
-        checkStaticValueCondition(i);
+    for (unsigned i = firstChanged; i < arrayCount(); ++i) {
+        setSpanInterpMethod(i);
+        if (isStatic()) {
+            checkStaticValueCondition(i);
+        }
     }
+    invalidateCache(static_cast<int>(firstChanged));
     change.modified();
     return true;
 }

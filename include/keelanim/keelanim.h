@@ -35,4 +35,8 @@
 
 #include "keelanim/editing/keyframeHandle.h"
 
+#include "keelanim/segments/animCurve.h"
+#include "keelanim/segments/bezier.h"
+#include "keelanim/segments/hermite.h"
+
 #include "keelanim/undo/delta.h"

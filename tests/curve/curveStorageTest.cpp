@@ -142,9 +142,10 @@ TEST(CurveEdits, InsertKeyPlacesOrReplaces)
     EXPECT_TRUE(curve->insertKey(Tkeyframe(1.0f, 6.0, kTangentFixed, kTangentFixed), false));
     EXPECT_EQ(curve->keyframeCount(), 3u);
     EXPECT_EQ(curve->value(1), 6.0);
-    EXPECT_FALSE(curve->insertKey(Tkeyframe(1.5f, 6.0, kTangentFixed, kTangentFixed), true))
-        << "shape preservation is refused until segments exist";
-    EXPECT_EQ(curve->keyframeCount(), 3u);
+    double const before = curve->evaluate(1.5f);
+    EXPECT_TRUE(curve->insertKey(Tkeyframe(1.5f, 99.0, kTangentFixed, kTangentFixed), true));
+    EXPECT_EQ(curve->keyframeCount(), 4u);
+    EXPECT_DOUBLE_EQ(curve->value(2), before) << "a shape-preserving key takes the curve's value";
 }
 
 TEST(CurveEdits, SetValueAndTheStaticCondition)

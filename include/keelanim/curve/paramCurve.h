@@ -15,6 +15,7 @@
 
 class T2dAnimCurve;
 class TdebugOutput;
+class TkeyframeHandle;
 class TparamCurveMsgDepot;
 
 // TparamCurve: an animation curve, the owner of its keys.
@@ -145,9 +146,14 @@ public:
     // Inserts this key object, taking ownership on success only.
     bool insert(Tkeyframe* key, bool keepTangents);
     // Inserts a copy of `key`, or replaces the key at its time through add().
-    // Shape preservation (keeping the curve's shape through the split span)
-    // is not available yet: a request for it is refused.
+    // With `preserveShape`, the new key takes the curve's value and the
+    // tangents that keep the split span's shape, and the neighbours' facing
+    // tangents are set to match (their types become fixed, stepped ones stay).
     bool insertKey(Tkeyframe const& key, bool preserveShape);
+    // A key at `time` with the curve's value there, where no key is;
+    // `breakdown` marks it so, `allChannels` inserts on all three rotation
+    // channels. On an empty curve the key goes through add().
+    bool insert(TtimeValue const& time, bool breakdown, bool allChannels);
     // Adds one key per time and value in one change bracket. Keys at times
     // already keyed take the new value; within the block the last pair for a
     // time wins. Tick times are converted to seconds on a float curve.
@@ -165,6 +171,68 @@ public:
     bool addRemovedKey(Tkeyframe* key);
     bool setBreakdown(unsigned index, bool on);
     bool setTickDrawSpecial(unsigned index, bool on);
+
+    // --- Evaluation --------------------------------------------------------
+    // The value at a time in the curve's own form (ticks exact on an
+    // animTime curve). Inside the keys by the span's interpolation, outside
+    // by the infinity types. A NaN time answers the first key's value (0 for
+    // an empty curve). Sequential times are answered from a one-entry cache
+    // without searching; evaluation allocates nothing.
+    double evaluate(TtimeValue const& time);
+    // The same for a time in seconds.
+    double evaluate(float seconds);
+    // The value at key `index` (and the slope of its out-tangent); false for
+    // a bad index.
+    bool evaluate(unsigned index, double* value, double* outSlope);
+    // The value beyond the keys: before the first key when `pre`, else after
+    // the last, by the pre- or post-infinity type.
+    double evaluateInfinities(TtimeValue const& time, bool pre);
+    double evaluateInfinities(float seconds, bool pre);
+    // Whether a plug-in segment supplies the value at this key instead of
+    // the stored value.
+    bool evaluatedAtKey(unsigned index, float seconds, double& value) const;
+    // The angle (radians) of a key's in- or out-tangent in the given display
+    // scales; +-pi/2 for vertical tangents, 0 for a vanishing one.
+    double tangentAngle(unsigned index, bool in, double xScale, double yScale) const;
+
+    // --- Span segments -----------------------------------------------------
+    // The held segment, made to the kind the span that starts at `key`
+    // wants (null for kinds without a segment).
+    T2dAnimCurve* updateInterpolator(Tkeyframe const* key);
+    T2dAnimCurve* updateInterpolator(TtimeValue const& time);
+    // Makes span i (key i to key i + 1) current; builds its segment only when
+    // the span changed. Nothing happens when key i + 1 does not exist.
+    void setInterpolationInterval(unsigned index);
+    // Recomputes the interpolation method of key i and of key i - 1.
+    void setSpanInterpMethod(unsigned index);
+    T2dAnimCurve* interpolator() const { return fInterpolator; }
+    int interpolatorSpan() const { return fInterpolatorSpan; }
+    // A new key at `time` (caller owns it) that keeps the curve's shape: the
+    // curve's value there and the tangents of the split span.
+    Tkeyframe* newMatchingKeyframe(TtimeValue const& time);
+
+    // --- Queries -----------------------------------------------------------
+    // New handles (caller owns them) to the key nearest to a time or to a
+    // value; null for an empty curve. Halfway between two keys, the later
+    // key wins; among keys equally near a value, the earliest.
+    TkeyframeHandle* findClosestKeyframe(TtimeValue const& time);
+    // The nearest key no further than `tolerance` seconds away, or null;
+    // with `visibleOnly`, keys the curve hides are passed over.
+    TkeyframeHandle* findClosestKeyframe(TtimeValue const& time, double tolerance, bool visibleOnly);
+    TkeyframeHandle* findClosestValue(double value);
+    // The time of the first key after (`forward`) or before `time`; `found`
+    // false (and `time` answered) when there is none.
+    TtimeValue getNextKey(TtimeValue const& time, bool forward, bool& found) const;
+    // Times and value bounds of the span from key `span` to key `span` + 1;
+    // false and nothing written when either key is missing. The bound is
+    // cheap (it may exceed the curve) unless `exact` asks for the span's
+    // true extremes.
+    bool boundingBox(unsigned span, float& t0, double& vMin, float& t1, double& vMax, bool exact);
+    // The same over the whole curve; false for an empty curve.
+    bool boundingBox(float& t0, double& vMin, float& t1, double& vMax, bool exact);
+    // The stationary points of a span's segment (see T2dAnimCurve); false
+    // when the span has no segment.
+    bool minMaxValueAndTime(unsigned span, float& t0, double& vMin, float& t1, double& vMax);
 
     // --- Infinities --------------------------------------------------------
     TparamCurveEnums::TinfinityType preInfinityType() const { return fPreInfinity; }
@@ -254,9 +322,28 @@ private:
     bool removeOne(unsigned index, Tkeyframe const* record);
     bool setKeyFlag(unsigned index, unsigned mask, Tkeyframe::TflagBit bit, bool on, int kind);
     bool siblingsOrSelf(bool allChannels, TparamCurve* channels[3]);
-    // The keys around `index` changed: drop the evaluation cache; the span
-    // segments and the tangents that depend on neighbours are rebuilt here.
+    // The keys around `index` changed: drop the evaluation cache and renew
+    // the interpolation methods of the spans that touch the key; the
+    // tangents that depend on neighbours are rebuilt here.
     void keysChangedAround(unsigned index, bool keepTangentsAtIndex);
+
+    // Evaluation internals.
+    struct TevalTime {
+        double fSeconds;
+        std::int32_t fTicks;
+        bool fExactTicks;  // compare integer ticks (tick curves, tick times)
+    };
+    TevalTime evalTime(TtimeValue const& time) const;
+    int compareWithKey(TevalTime const& time, unsigned index) const;
+    double evaluateAt(TevalTime const& time);
+    double evaluateInfinitiesAt(double seconds, bool pre);
+    double valueInRange(double seconds);
+    bool locateCached(TevalTime const& time, unsigned count, unsigned& index, bool& atKey);
+    bool locateBySearch(TevalTime const& time, unsigned count, unsigned& index, bool& atKey);
+    double valueAtKey(unsigned index);
+    double valueInSpan(unsigned lo, double seconds);
+    void cacheKey(unsigned index);
+    bool splitSpanAt(TtimeValue const& time, Tkeyframe& made, float neighbourTangents[4], bool& reshapes);
 
     unsigned fCurveKind = kDefaultCurveKind;
     ThostHooks fHostHooks;

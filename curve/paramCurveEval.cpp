@@ -1,0 +1,396 @@
+// TparamCurve: evaluation, infinities and the span segments.
+
+#include "keelanim/curve/paramCurve.h"
+
+#include "keelanim/base/numeric.h"
+#include "keelanim/segments/animCurve.h"
+
+#include <cmath>
+#include <numbers>
+
+namespace {
+
+constexpr double kVerticalTangent = 1e-5;
+
+bool isLinear(TtangentType type)
+{
+    return type == kTangentLinear;
+}
+
+bool isStepped(TtangentType type)
+{
+    return type == kTangentStep || type == kTangentStepNext;
+}
+
+} // namespace
+
+// --- Times ------------------------------------------------------------------------------
+
+TparamCurve::TevalTime TparamCurve::evalTime(TtimeValue const& time) const
+{
+    bool const exact = time.isTicks() && isAnimTimeCurve();
+    return TevalTime{time.seconds(), exact ? time.animTime().ticks() : 0, exact};
+}
+
+// -1, 0 or 1 as `time` lies before, at or after key `index`, in host time.
+int TparamCurve::compareWithKey(TevalTime const& time, unsigned index) const
+{
+    Tkeyframe const* key = keyframe(index);
+    if (time.fExactTicks) {
+        TanimTime const ticks = key->animTime();
+        std::int32_t const keyTicks = (fNleData != nullptr ? fNleData->toZeva(ticks) : ticks).ticks();
+        return time.fTicks < keyTicks ? -1 : (time.fTicks > keyTicks ? 1 : 0);
+    }
+    double const keySeconds = doubleSeconds(key);
+    return time.fSeconds < keySeconds ? -1 : (time.fSeconds > keySeconds ? 1 : 0);
+}
+
+// --- Evaluation ------------------------------------------------------------------------------
+
+double TparamCurve::evaluate(TtimeValue const& time)
+{
+    return evaluateAt(evalTime(time));
+}
+
+double TparamCurve::evaluate(float seconds)
+{
+    return evaluateAt(TevalTime{seconds, 0, false});
+}
+
+bool TparamCurve::evaluate(unsigned index, double* value, double* outSlope)
+{
+    Tkeyframe const* key = keyframe(index);
+    if (key == nullptr) {
+        return false;
+    }
+    if (value != nullptr) {
+        *value = evaluateAt(TevalTime{doubleSeconds(key), 0, false});
+    }
+    if (outSlope != nullptr) {
+        float x = 0.0f;
+        float y = 0.0f;
+        key->getTanOut(x, y);
+        *outSlope = x == 0.0f ? 0.0 : double(y) / double(x);
+    }
+    return true;
+}
+
+double TparamCurve::evaluateAt(TevalTime const& time)
+{
+    unsigned const count = arrayCount();
+    if (std::isnan(time.fSeconds)) {
+        return count == 0 ? 0.0 : value(0);
+    }
+    // Rotation channels evaluated together as a quaternion answer here once
+    // the rotation evaluator is part of the engine.
+    if (fPreInfinity != TparamCurveEnums::kConstant && count > 0 && compareWithKey(time, 0) < 0) {
+        return evaluateInfinitiesAt(time.fSeconds, true);
+    }
+    if (count == 0) {
+        return 0.0;
+    }
+    if (fPostInfinity != TparamCurveEnums::kConstant && compareWithKey(time, count - 1) > 0) {
+        return evaluateInfinitiesAt(time.fSeconds, false);
+    }
+    if (isStatic()) {
+        return value(0);
+    }
+    unsigned index = 0;
+    bool atKey = false;
+    if (!locateCached(time, count, index, atKey)) {
+        locateBySearch(time, count, index, atKey);
+    }
+    return atKey ? valueAtKey(index) : valueInSpan(index, time.fSeconds);
+}
+
+void TparamCurve::cacheKey(unsigned index)
+{
+    fCachedKey = keyframe(index);
+    fCachedKeyIndex = index;
+}
+
+// Answers from the cached key and up to two keys on either side, so that
+// sweeps in small steps never search. `index` is the key answered at, or
+// the first key of the span.
+bool TparamCurve::locateCached(TevalTime const& time, unsigned count, unsigned& index, bool& atKey)
+{
+    unsigned const cached = fCachedKeyIndex;
+    if (fCachedKey == nullptr || cached >= count || keyframe(cached) != fCachedKey) {
+        return false;
+    }
+    int const here = compareWithKey(time, cached);
+    if (here == 0) {
+        index = cached;
+        atKey = true;
+        return true;
+    }
+    int const step = here > 0 ? 1 : -1;
+    unsigned previous = cached;
+    for (int reach = 1; reach <= 2; ++reach) {
+        long long const next = static_cast<long long>(cached) + step * reach;
+        if (next < 0 || next >= static_cast<long long>(count)) {
+            return false;
+        }
+        auto const neighbour = static_cast<unsigned>(next);
+        int const side = compareWithKey(time, neighbour);
+        if (side == 0) {
+            cacheKey(neighbour);
+            index = neighbour;
+            atKey = true;
+            return true;
+        }
+        if ((side < 0) == (step > 0)) {  // the time lies between previous and neighbour
+            index = step > 0 ? previous : neighbour;
+            cacheKey(index);
+            atKey = false;
+            return true;
+        }
+        previous = neighbour;
+    }
+    return false;
+}
+
+bool TparamCurve::locateBySearch(TevalTime const& time, unsigned count, unsigned& index, bool& atKey)
+{
+    unsigned found = 0;
+    bool exact = false;
+    if (isFloatCurve() || time.fExactTicks) {
+        TtimeValue const probe = time.fExactTicks ? TtimeValue(TanimTime::fromTicks(time.fTicks))
+                                                  : TtimeValue(narrowToFloat(time.fSeconds));
+        exact = find(probe, found);
+    } else {
+        // Seconds on a tick curve: search by the keys' seconds.
+        unsigned lo = 0;
+        unsigned hi = count;
+        while (lo < hi) {
+            unsigned const mid = lo + (hi - lo) / 2;
+            if (compareWithKey(time, mid) > 0) {
+                lo = mid + 1;
+            } else {
+                hi = mid;
+            }
+        }
+        found = lo;
+        exact = found < count && compareWithKey(time, found) == 0;
+    }
+    if (exact) {
+        cacheKey(found);
+        index = found;
+        atKey = true;
+    } else if (found == 0) {
+        cacheKey(0);
+        index = 0;
+        atKey = true;
+    } else if (found >= count) {
+        cacheKey(0);
+        index = count - 1;
+        atKey = true;
+    } else {
+        index = found - 1;
+        cacheKey(index);
+        atKey = false;
+    }
+    return true;
+}
+
+double TparamCurve::valueAtKey(unsigned index)
+{
+    double pluginValue = 0.0;
+    if (evaluatedAtKey(index, seconds(index), pluginValue)) {
+        return pluginValue;
+    }
+    return value(index);
+}
+
+double TparamCurve::valueInSpan(unsigned lo, double secondsTime)
+{
+    Tkeyframe const* first = keyframe(lo);
+    if (fsOverrideTangentsForBlockingMode) {
+        return first->value();
+    }
+    switch (first->interpMethod()) {
+    case Tkeyframe::kInterpLinear: {
+        double const t0 = doubleSeconds(first);
+        double const t1 = doubleSeconds(keyframe(lo + 1));
+        if (t0 == t1) {
+            return first->value();
+        }
+        return first->value() + (secondsTime - t0) / (t1 - t0) * (value(lo + 1) - first->value());
+    }
+    case Tkeyframe::kInterpStep: return first->value();
+    case Tkeyframe::kInterpStepNext: return value(lo + 1);
+    case Tkeyframe::kInterpSegment:
+        if (fInterpolatorSpan != static_cast<std::int32_t>(lo)) {
+            setInterpolationInterval(lo);
+        }
+        return fInterpolator != nullptr ? fInterpolator->evaluate(secondsTime) : 0.0;
+    }
+    return 0.0;
+}
+
+bool TparamCurve::evaluatedAtKey(unsigned, float, double&) const
+{
+    // Only plug-in segments evaluate at keys, through the plug-in registry,
+    // which is not part of this build yet.
+    return false;
+}
+
+// --- Infinities ------------------------------------------------------------------------------------
+
+double TparamCurve::tangentAngle(unsigned index, bool in, double xScale, double yScale) const
+{
+    Tkeyframe const* key = keyframe(index);
+    if (key == nullptr) {
+        return 0.0;
+    }
+    float x = 0.0f;
+    float y = 0.0f;
+    in ? key->getTanIn(x, y) : key->getTanOut(x, y);
+    if (std::fabs(x) <= kVerticalTangent) {
+        if (y > kVerticalTangent) {
+            return std::numbers::pi / 2.0;
+        }
+        return y < -kVerticalTangent ? -std::numbers::pi / 2.0 : 0.0;
+    }
+    return std::atan((yScale * y) / (xScale * x));
+}
+
+double TparamCurve::evaluateInfinities(TtimeValue const& time, bool pre)
+{
+    return arrayCount() == 0 ? 0.0 : evaluateInfinitiesAt(time.seconds(), pre);
+}
+
+double TparamCurve::evaluateInfinities(float seconds, bool pre)
+{
+    return arrayCount() == 0 ? 0.0 : evaluateInfinitiesAt(seconds, pre);
+}
+
+// The value at a time inside the key range, preferring a key's own value.
+double TparamCurve::valueInRange(double secondsTime)
+{
+    unsigned index = 0;
+    if (isAnimTimeCurve()) {
+        TtimeValue const ticks(TanimTime(secondsTime, kSeconds));
+        return find(ticks, index) ? value(index) : evaluate(ticks);
+    }
+    if (find(TtimeValue(narrowToFloat(secondsTime)), index)) {
+        return value(index);
+    }
+    return evaluateAt(TevalTime{secondsTime, 0, false});
+}
+
+double TparamCurve::evaluateInfinitiesAt(double t, bool pre)
+{
+    unsigned const last = arrayCount() - 1;
+    double const first = doubleSeconds(keyframe(0));
+    double const end = doubleSeconds(keyframe(last));
+    double const range = end - first;
+    if (range == 0.0 || std::isnan(t)) {
+        return value(0);
+    }
+    double const reference = t > end ? end : first;
+    double whole = 0.0;
+    double const fraction = std::modf((t - reference) / range, &whole);
+    double const cycles = std::fabs(whole) + 1.0;
+    double const offset = std::fabs(fraction) * range;
+    bool const oddCycle = std::fmod(cycles, 2.0) == 1.0;
+    TparamCurveEnums::TinfinityType const type = pre ? fPreInfinity : fPostInfinity;
+
+    if (type == TparamCurveEnums::kLinear) {
+        double const slope = std::tan(tangentAngle(pre ? 0 : last, pre, 1.0, 1.0));
+        double const run = pre ? first - t : t - end;
+        double const rise = slope == 0.0 ? 0.0 : slope * run;
+        return pre ? value(0) - rise : value(last) + rise;
+    }
+    double mapped = offset;  // every other type: deliberately unshifted
+    if (type == TparamCurveEnums::kOscillate) {
+        mapped = (oddCycle == !pre) ? end - offset : first + offset;
+    } else if (type == TparamCurveEnums::kCycle || type == TparamCurveEnums::kCycleRelative) {
+        mapped = pre ? end - offset : first + offset;
+    }
+    double result = valueInRange(mapped);
+    if (type == TparamCurveEnums::kCycleRelative) {
+        double const shift = value(last) - value(0);
+        if (shift != 0.0) {
+            result += pre ? -shift * cycles : shift * cycles;
+        }
+    }
+    return result;
+}
+
+// --- Span segments -------------------------------------------------------------------------------------
+
+T2dAnimCurve* TparamCurve::updateInterpolator(Tkeyframe const* key)
+{
+    TinterpolatorType const desired = T2dAnimCurve::desiredInterpolatorType(isWeighted(), key);
+    if (fInterpolator != nullptr && fInterpolator->interpolatorType() == desired) {
+        return fInterpolator;
+    }
+    delete fInterpolator;
+    fInterpolator = T2dAnimCurve::new2dAnimCurve(isFloatCurve(), desired);
+    fInterpolatorSpan = -1;
+    return fInterpolator;
+}
+
+T2dAnimCurve* TparamCurve::updateInterpolator(TtimeValue const& time)
+{
+    if (arrayCount() == 0) {
+        return updateInterpolator(static_cast<Tkeyframe const*>(nullptr));
+    }
+    unsigned index = 0;
+    if (!find(time, index) && index > 0) {
+        --index;
+    }
+    return updateInterpolator(keyframe(index));
+}
+
+void TparamCurve::setInterpolationInterval(unsigned index)
+{
+    Tkeyframe* first = keyframe(index);
+    Tkeyframe* second = keyframe(index + 1);
+    if (first == nullptr || second == nullptr) {
+        return;
+    }
+    if (fInterpolatorSpan == static_cast<std::int32_t>(index)) {
+        return;
+    }
+    float tx = 0.0f;
+    float ty = 0.0f;
+    double const x0 = doubleSeconds(first);
+    double const y0 = first->value();
+    first->getTanOut(tx, ty);
+    double x1 = x0 + tx * kOneThird;
+    double y1 = y0 + ty * kOneThird;
+    double const x3 = doubleSeconds(second);
+    double const y3 = second->value();
+    second->getTanIn(tx, ty);
+    double x2 = x3 - tx * kOneThird;
+    double y2 = y3 - ty * kOneThird;
+    if (T2dAnimCurve* segment = updateInterpolator(first)) {
+        segment->create(this, index, x0, y0, x1, y1, x2, y2, x3, y3, true);
+    }
+    fInterpolatorSpan = static_cast<std::int32_t>(index);
+}
+
+void TparamCurve::setSpanInterpMethod(unsigned index)
+{
+    Tkeyframe* key = keyframe(index);
+    if (key == nullptr) {
+        return;
+    }
+    TtangentType const out = key->tanOutType();
+    Tkeyframe const* next = keyframe(index + 1);
+    bool const linearSpan = isLinear(out) && next != nullptr && isLinear(next->tanInType());
+    key->setInterpMethod(linearSpan ? Tkeyframe::kInterpLinear : Tkeyframe::kInterpSegment);
+    Tkeyframe* previous = index > 0 ? keyframe(index - 1) : nullptr;
+    if (previous == nullptr) {
+        return;
+    }
+    if (isLinear(key->tanInType())) {
+        if (isLinear(previous->tanOutType())) {
+            previous->setInterpMethod(Tkeyframe::kInterpLinear);
+        }
+    } else if (!isStepped(previous->tanOutType())) {
+        previous->setInterpMethod(Tkeyframe::kInterpSegment);
+    }
+}

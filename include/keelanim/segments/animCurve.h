@@ -1,0 +1,94 @@
+#pragma once
+
+#include "keelanim/base/export.h"
+#include "keelanim/base/tstring.h"
+#include "keelanim/keys/keyframe.h"
+
+#include <cstdint>
+
+class TparamCurve;
+
+// The kinds of segment. 4 and 6 deliberately have no segment class (a span
+// of those kinds has no segment); 7 and above are plug-in kinds.
+enum TinterpolatorType : std::uint32_t {
+    kInterpolatorHermite = 0,
+    kInterpolatorBezier = 1,
+    kInterpolatorSine = 2,
+    kInterpolatorParabolic = 3,
+    kInterpolatorNone4 = 4,
+    kInterpolatorLog = 5,
+    kInterpolatorNone6 = 6,
+    kInterpolatorFirstPlugin = 7,
+};
+
+// T2dAnimCurve: the shape of one span of a curve, between two keys.
+//
+// A curve holds one segment at a time and builds it for the span it needs
+// (TparamCurve::setInterpolationInterval). create() receives the span's four
+// Bezier control points in the (input, value) plane: (x0, y0) the first key,
+// (x3, y3) the second key, (x1, y1) the end of the first key's out-handle and
+// (x2, y2) the end of the second key's in-handle, where a handle is a third
+// of the key's stored tangent. Inputs are seconds (ticks / 6000 for tick
+// curves). A segment may move the inner points and reports them back.
+//
+// Segments never fail: a missing key makes key-reading operations do
+// nothing. The curve never builds a segment over a zero-length span.
+class KEEL_API T2dAnimCurve {
+public:
+    explicit T2dAnimCurve(bool floatInput) : fFloatInput(floatInput) {}
+    T2dAnimCurve(T2dAnimCurve const&) = delete;
+    T2dAnimCurve& operator=(T2dAnimCurve const&) = delete;
+    virtual ~T2dAnimCurve();
+
+    virtual TinterpolatorType interpolatorType() const = 0;
+    virtual Tstring interpolatorName() const = 0;
+    // Accepts the span's control points (see the class comment).
+    virtual void create(TparamCurve* curve, unsigned index, double x0, double y0, double& x1, double& y1,
+                        double& x2, double& y2, double x3, double y3, bool adjust) = 0;
+    // The value at input x; not clamped to the span.
+    virtual double evaluate(double x) const = 0;
+    // Validate and store a key's tangent; true when the key changed.
+    virtual bool setTanIn(Tkeyframe* key, float x, float y) = 0;
+    virtual bool setTanOut(Tkeyframe* key, float x, float y) = 0;
+    // The stationary points of the current span (see each kind).
+    virtual void getMinMaxTimeAndValue(float& minTime, double& minValue, float& maxTime,
+                                       double& maxValue) const = 0;
+    // Widens [min, max] (never narrows it) by a cheap bound of the span
+    // between two keys, without create().
+    virtual void getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min,
+                                  double& max) const = 0;
+    // Splits the current span at x: answers the value there and the stored
+    // tangents that keep the span's shape: (o1, o2) the first key's new
+    // out-tangent, (o3, o4) and (o5, o6) the new key's in- and out-tangent,
+    // (o7, o8) the second key's new in-tangent.
+    virtual double newMatchingKey(double x, float& o1, float& o2, float& o3, float& o4, float& o5, float& o6,
+                                  float& o7, float& o8) const = 0;
+
+    // A new segment of that kind (the caller owns it), or null for kinds 4
+    // and 6. Unknown kinds (7 and above) fall back to Hermite until a
+    // plug-in registry provides them.
+    static T2dAnimCurve* new2dAnimCurve(bool floatInput, TinterpolatorType type);
+    // The kind the span that starts at `key` wants (see the source for the
+    // rules, including the "ZEVA_ANIMATION_INTERPOLATOR" hook for flat spans).
+    static TinterpolatorType desiredInterpolatorType(bool weighted, Tkeyframe const* key);
+    // A key's tangent type on one side as every segment rule reads it:
+    // step for blocking-mode tick keys while no file is written.
+    static TtangentType effectiveTanInType(Tkeyframe const& key) { return key.tanInType(); }
+    static TtangentType effectiveTanOutType(Tkeyframe const& key) { return key.tanOutType(); }
+
+    bool floatInput() const { return fFloatInput; }
+
+protected:
+    // A key's input in seconds as segments read it themselves.
+    double keySeconds(Tkeyframe const& key) const;
+    // Stores an already validated tangent when it differs from the key's;
+    // true when the key changed.
+    static bool storeTanIn(Tkeyframe* key, float x, float y);
+    static bool storeTanOut(Tkeyframe* key, float x, float y);
+
+private:
+    bool fFloatInput;
+};
+
+// One third, as the control-point rules use it.
+inline constexpr double kOneThird = 0.3333333333333333;

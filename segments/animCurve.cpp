@@ -1,0 +1,81 @@
+#include "keelanim/segments/animCurve.h"
+
+#include "keelanim/base/environment.h"
+#include "keelanim/segments/bezier.h"
+#include "keelanim/segments/hermite.h"
+
+namespace {
+
+// Hosts may choose another segment kind for flat spans through this
+// variable; it is read each time a flat span is selected, and only then.
+char const* const kInterpolatorVariable = "ZEVA_ANIMATION_INTERPOLATOR";
+
+TinterpolatorType byWeighting(bool weighted)
+{
+    return weighted ? kInterpolatorBezier : kInterpolatorHermite;
+}
+
+} // namespace
+
+T2dAnimCurve::~T2dAnimCurve() = default;
+
+double T2dAnimCurve::keySeconds(Tkeyframe const& key) const
+{
+    return fFloatInput ? double(key.floatTime()) : double(float(key.animTime().ticks() / 6000.0));
+}
+
+bool T2dAnimCurve::storeTanIn(Tkeyframe* key, float x, float y)
+{
+    float storedX = 0.0f;
+    float storedY = 0.0f;
+    key->getTanIn(storedX, storedY);
+    return !(storedX == x && storedY == y) && key->setTanIn(x, y);
+}
+
+bool T2dAnimCurve::storeTanOut(Tkeyframe* key, float x, float y)
+{
+    float storedX = 0.0f;
+    float storedY = 0.0f;
+    key->getTanOut(storedX, storedY);
+    return !(storedX == x && storedY == y) && key->setTanOut(x, y);
+}
+
+T2dAnimCurve* T2dAnimCurve::new2dAnimCurve(bool floatInput, TinterpolatorType type)
+{
+    switch (type) {
+    case kInterpolatorHermite: return new T2dHermite(floatInput);
+    case kInterpolatorBezier: return new T2dBezier(floatInput);
+    case kInterpolatorNone4:
+    case kInterpolatorNone6: return nullptr;
+    case kInterpolatorSine:
+    case kInterpolatorParabolic:
+    case kInterpolatorLog:
+    default:
+        // Kinds whose classes are not part of this build yet, and plug-in
+        // kinds without a registry, are drawn as Hermite spans.
+        return new T2dHermite(floatInput);
+    }
+}
+
+TinterpolatorType T2dAnimCurve::desiredInterpolatorType(bool weighted, Tkeyframe const* key)
+{
+    if (key == nullptr) {
+        return byWeighting(weighted);
+    }
+    TtangentType const out = effectiveTanOutType(*key);
+    if (isPluginTangentType(out) && out <= kTangentPluginRangeLast) {
+        return static_cast<TinterpolatorType>(out);
+    }
+    switch (out) {
+    case kTangentFlat: {
+        std::int32_t const chosen = TenvironmentVariable(kInterpolatorVariable).asInt32(0);
+        return chosen != 0 ? static_cast<TinterpolatorType>(chosen) : byWeighting(weighted);
+    }
+    case kTangentHermite: return kInterpolatorSine;
+    case kTangentBezier: return kInterpolatorParabolic;
+    case kTangentSine: return kInterpolatorNone4;
+    case kTangentParabolic: return kInterpolatorLog;
+    case kTangentLog: return kInterpolatorNone6;
+    default: return byWeighting(weighted);
+    }
+}

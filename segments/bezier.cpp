@@ -1,0 +1,397 @@
+#include "keelanim/segments/bezier.h"
+
+#include "unitRoots.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cfloat>
+#include <cmath>
+#include <thread>
+
+namespace {
+
+constexpr double kTwoThirds = 0.6666666666666666;
+constexpr double kLinearInputTolerance = 1e-6;
+constexpr double kEndTolerance = 1e-10;
+constexpr double kMonotonicMargin = 1e-10;
+
+// --- Machine epsilon, computed once -------------------------------------------------
+
+// Every operand and result passes through memory as a 64-bit double, so that
+// no wider register precision leaks into the computed epsilon.
+void dbl_mult(double const volatile* a, double const volatile* b, double volatile* result)
+{
+    *result = *a * *b;
+}
+
+void dbl_add(double const volatile* a, double const volatile* b, double volatile* result)
+{
+    *result = *a + *b;
+}
+
+bool dbl_gt(double const volatile* a, double const volatile* b)
+{
+    return *a > *b;
+}
+
+double computeMachineEpsilon()
+{
+    double volatile epsilon = 1.0;
+    double volatile const one = 1.0;
+    double volatile const half = 0.5;
+    double volatile const two = 2.0;
+    double volatile sum = 0.0;
+    dbl_add(&one, &epsilon, &sum);
+    while (dbl_gt(&sum, &one)) {
+        dbl_mult(&epsilon, &half, &epsilon);
+        dbl_add(&one, &epsilon, &sum);
+    }
+    dbl_mult(&epsilon, &two, &epsilon);
+    return epsilon;
+}
+
+enum TepsilonState : int { kNotStarted = 0, kRunning = 1, kDone = 2 };
+std::atomic<int> sEpsilonState{kNotStarted};
+double sMachineEpsilon = 0.0;
+
+void ensureMachineEpsilon()
+{
+    if (sEpsilonState.load(std::memory_order_acquire) == kDone) {
+        return;
+    }
+    int expected = kNotStarted;
+    if (sEpsilonState.compare_exchange_strong(expected, kRunning, std::memory_order_acq_rel)) {
+        sMachineEpsilon = computeMachineEpsilon();
+        sEpsilonState.store(kDone, std::memory_order_release);
+        return;
+    }
+    while (sEpsilonState.load(std::memory_order_acquire) != kDone) {
+        std::this_thread::yield();
+    }
+}
+
+// --- Power forms ------------------------------------------------------------------------
+
+void bezierToPower(double p0, double p1, double p2, double p3, double* power)
+{
+    power[3] = p3 - p2 - (p2 - p1) - ((p2 - p1) - (p1 - p0));
+    power[2] = 3.0 * ((p2 - p1) - (p1 - p0));
+    power[1] = 3.0 * (p1 - p0);
+    power[0] = p0;
+}
+
+} // namespace
+
+T2dBezier::T2dBezier(bool floatInput) : T2dAnimCurve(floatInput)
+{
+    ensureMachineEpsilon();
+}
+
+double T2dBezier::machineEpsilon()
+{
+    ensureMachineEpsilon();
+    return sMachineEpsilon;
+}
+
+// --- Accepting a span ------------------------------------------------------------------------
+
+void T2dBezier::constrainInsideBounds(double& p, double& q)
+{
+    if (p + kMonotonicMargin >= 4.0 / 3.0) {
+        p = 1.3333333332333333;
+        q = 0.3333333332333333;
+        return;
+    }
+    double const discriminant = std::max(0.0, (p - 2.0) * (p - 2.0) - 4.0 * (p - 1.0) * (p - 1.0));
+    double const root = std::sqrt(discriminant);
+    double const hi = (root - (p - 2.0)) / 2.0;
+    double const lo = (-(p - 2.0) - root) / 2.0 + kMonotonicMargin;
+    if (q + kMonotonicMargin > hi) {
+        q = hi - kMonotonicMargin;
+    } else if (q < lo) {
+        q = lo;
+    }
+}
+
+void T2dBezier::checkMonotonic(double& a, double& b, bool adjust)
+{
+    double c = 1.0 - b;
+    a = std::max(a, 0.0);
+    c = std::max(c, 0.0);
+    bool const inside = a <= 1.0 && c <= 1.0;
+    if (!inside && a * (a - 2.0 + c) + c * (c - 2.0) + 1.0 + kMonotonicMargin > 0.0) {
+        if (adjust) {
+            constrainInsideBounds(a, c);
+        } else {
+            constrainInsideBounds(c, a);
+        }
+    }
+    b = 1.0 - c;
+}
+
+void T2dBezier::create(TparamCurve*, unsigned, double x0, double y0, double& x1, double& y1, double& x2,
+                       double& y2, double x3, double y3, bool adjust)
+{
+    double const length = x3 - x0;
+    if (length == 0.0) {
+        return;
+    }
+    double const aOld = (x1 - x0) / length;
+    double const bOld = (x2 - x0) / length;
+    fLinearInput =
+        std::fabs(aOld - kOneThird) <= kLinearInputTolerance && std::fabs(bOld - kTwoThirds) <= kLinearInputTolerance;
+    double a = aOld;
+    double b = bOld;
+    if (a < 0.0) {
+        a = 0.0;
+    }
+    if (b > 1.0) {
+        b = 1.0;
+        if (a > 1.0) {
+            checkMonotonic(a, b, adjust);
+        }
+    } else if (a > 1.0 || b < -1.0) {
+        checkMonotonic(a, b, adjust);
+    }
+    if (a != aOld) {
+        x1 = x0 + a * length;
+        if (std::fabs(aOld) > kEndTolerance) {
+            y1 = y0 + (y1 - y0) * a / aOld;
+        }
+    }
+    if (b != bOld) {
+        x2 = x0 + b * length;
+        if (std::fabs(bOld - 1.0) > kEndTolerance) {
+            y2 = y3 - (y3 - y2) * (1.0 - b) / (1.0 - bOld);
+        }
+    }
+    fX0 = x0;
+    fY0 = y0;
+    fX1 = x1;
+    fY1 = y1;
+    fX2 = x2;
+    fY2 = y2;
+    fX3 = x3;
+    fY3 = y3;
+    bezierToPower(0.0, a, b, 1.0, fInput);
+    bezierToPower(y0, y1, y2, y3, fValue);
+}
+
+// --- Solving and evaluating ----------------------------------------------------------------------
+
+double T2dBezier::findParmAt(double x) const
+{
+    double u0 = 0.0;
+    if (std::fabs(x - fX0) <= kEndTolerance) {
+        u0 = 0.0;
+    } else if (std::fabs(x - fX3) <= kEndTolerance) {
+        u0 = 1.0;
+    } else {
+        u0 = (x - fX0) / (fX3 - fX0);
+    }
+    if (fLinearInput) {
+        return u0;
+    }
+    double const epsilon4 = 4.0 * sMachineEpsilon;
+    double coefficients[4] = {fInput[0] - u0, fInput[1], fInput[2], fInput[3]};
+    double const scale = std::fabs(coefficients[0]) + std::fabs(coefficients[1]) + std::fabs(coefficients[2]) +
+                         std::fabs(coefficients[3]);
+    if (!(scale > epsilon4)) {
+        return 0.0;  // also for NaN
+    }
+    for (double& c : coefficients) {
+        c /= scale;
+    }
+    int degree = 3;
+    while (degree > 0 && std::fabs(coefficients[degree]) < epsilon4) {
+        --degree;
+    }
+    if (degree == 0) {
+        return 0.0;
+    }
+    if (degree == 1) {
+        double const root = -coefficients[0] / coefficients[1];
+        if (root - epsilon4 >= 1.0 || root + epsilon4 <= 0.0 || root < 0.0) {
+            return 0.0;
+        }
+        return std::min(root, 1.0);
+    }
+    double roots[keel_segments::kMaxDegree + 1];
+    int const count = keel_segments::rootsInUnitInterval(coefficients, degree, roots);
+    return count == 1 ? roots[0] : 0.0;
+}
+
+double T2dBezier::valueAt(double u) const
+{
+    return ((fValue[3] * u + fValue[2]) * u + fValue[1]) * u + fValue[0];
+}
+
+double T2dBezier::evaluate(double x) const
+{
+    return valueAt(findParmAt(x));
+}
+
+void T2dBezier::cubicBezierEvaluationAt(double u, double p0, double p1, double p2, double p3, double& q1, double& q2,
+                                        double& q3, double& r1, double& r2, double& s) const
+{
+    q1 = p0 + u * (p1 - p0);
+    q2 = p1 + u * (p2 - p1);
+    q3 = p2 + u * (p3 - p2);
+    r1 = q1 + u * (q2 - q1);
+    r2 = q2 + u * (q3 - q2);
+    s = r1 + u * (r2 - r1);
+}
+
+T2dBezier::Tsplit T2dBezier::split(double x) const
+{
+    double const u = findParmAt(x);
+    double xq[3];
+    double xr[2];
+    double xs = 0.0;
+    double yq[3];
+    double yr[2];
+    double ys = 0.0;
+    cubicBezierEvaluationAt(u, fX0, fX1, fX2, fX3, xq[0], xq[1], xq[2], xr[0], xr[1], xs);
+    cubicBezierEvaluationAt(u, fY0, fY1, fY2, fY3, yq[0], yq[1], yq[2], yr[0], yr[1], ys);
+    return Tsplit{valueAt(u), {xq[0], yq[0], xr[0], yr[0], xr[1], yr[1], xq[2], yq[2]}};
+}
+
+double T2dBezier::evaluateForBezier(double x, float& o1, float& o2, float& o3, float& o4, float& o5, float& o6,
+                                    float& o7, float& o8) const
+{
+    Tsplit const s = split(x);
+    float* outputs[8] = {&o1, &o2, &o3, &o4, &o5, &o6, &o7, &o8};
+    for (int i = 0; i < 8; ++i) {
+        *outputs[i] = static_cast<float>(s.fHandles[i]);
+    }
+    return s.fValue;
+}
+
+double T2dBezier::newMatchingKey(double x, float& o1, float& o2, float& o3, float& o4, float& o5, float& o6,
+                                 float& o7, float& o8) const
+{
+    // Kept in double until each stored tangent is formed: handle ends far
+    // from time 0 would lose their offsets in single precision.
+    Tsplit const s = split(x);
+    double const* h = s.fHandles;
+    double const v = s.fValue;
+    o1 = static_cast<float>(3.0 * (h[0] - fX0));
+    o2 = static_cast<float>(3.0 * (h[1] - fY0));
+    o3 = static_cast<float>(3.0 * (x - h[2]));
+    o4 = static_cast<float>(3.0 * (v - h[3]));
+    o5 = static_cast<float>(3.0 * (h[4] - x));
+    o6 = static_cast<float>(3.0 * (h[5] - v));
+    o7 = static_cast<float>(3.0 * (fX3 - h[6]));
+    o8 = static_cast<float>(3.0 * (fY3 - h[7]));
+    return v;
+}
+
+// --- Extremes, bounds and tangents ----------------------------------------------------------------
+
+int T2dBezier::quadraticRoots(double a, double b, double c, double& r1, double& r2)
+{
+    if (a == 0.0) {
+        if (b == 0.0) {
+            return 0;
+        }
+        r1 = -c / b;
+        return 1;
+    }
+    double const discriminant = b * b - 4.0 * a * c;
+    if (discriminant < 0.0) {
+        return 0;
+    }
+    if (discriminant == 0.0) {
+        r1 = -b / (2.0 * a);
+        return 1;
+    }
+    // The cancellation-free form: the naive (-b +- sqrt D) / 2a loses the
+    // small root when b*b dwarfs a*c. The order stays that of the naive
+    // form: (-b - sqrt D) / 2a first.
+    double const root = std::sqrt(discriminant);
+    double const q = -0.5 * (b + std::copysign(root, b));
+    double const one = q / a;
+    double const other = q != 0.0 ? c / q : one;
+    r1 = a > 0.0 ? std::min(one, other) : std::max(one, other);
+    r2 = a > 0.0 ? std::max(one, other) : std::min(one, other);
+    return 2;
+}
+
+void T2dBezier::getMinMaxTimeAndValue(float& minTime, double& minValue, float& maxTime, double& maxValue) const
+{
+    minTime = maxTime = static_cast<float>(fX0);
+    minValue = maxValue = -DBL_MAX;
+    double const length = fX3 - fX0;
+    double const k3 = fValue[3];
+    double const k2 = fValue[2];
+    double const k1 = fValue[1];
+    auto inputAt = [this, length](double u) {
+        return static_cast<float>(fX0 + length * (((fInput[3] * u + fInput[2]) * u + fInput[1]) * u + fInput[0]));
+    };
+    if (k3 == 0.0) {
+        if (k2 != 0.0) {
+            double const u = -k1 / (2.0 * k2);
+            if (u > 0.0 && u < 1.0) {
+                maxValue = valueAt(u);
+                maxTime = inputAt(u);
+            }
+        }
+        return;
+    }
+    if (k1 * 3.0 * k3 > k2 * k2) {
+        return;
+    }
+    double first = 0.0;
+    double second = 0.0;
+    int const count = quadraticRoots(3.0 * k3, 2.0 * k2, k1, first, second);
+    if (count >= 1 && first > 0.0 && first < 1.0) {
+        maxValue = valueAt(first);
+        maxTime = inputAt(first);
+    }
+    if (count == 2 && second > 0.0 && second < 1.0) {
+        minValue = valueAt(second);
+        minTime = inputAt(second);
+    }
+}
+
+void T2dBezier::getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min, double& max) const
+{
+    if (first == nullptr || second == nullptr) {
+        return;
+    }
+    double const ya = first->value();
+    double const yb = second->value();
+    float tx = 0.0f;
+    float ty = 0.0f;
+    first->getTanOut(tx, ty);
+    double const q1 = ya + double(ty) * kOneThird;
+    second->getTanIn(tx, ty);
+    double const q2 = yb - double(ty) * kOneThird;
+    max = std::max({max, ya, yb, q1, q2});
+    min = std::min({min, ya, yb, q1, q2});
+}
+
+void T2dBezier::validateTangent(float& x, float&)
+{
+    if (x < 0.0f) {
+        x = 0.0f;
+    }
+}
+
+bool T2dBezier::setTanIn(Tkeyframe* key, float x, float y)
+{
+    if (key == nullptr || std::isnan(x) || std::isnan(y)) {
+        return false;
+    }
+    validateTangent(x, y);
+    return storeTanIn(key, x, y);
+}
+
+bool T2dBezier::setTanOut(Tkeyframe* key, float x, float y)
+{
+    if (key == nullptr || std::isnan(x) || std::isnan(y)) {
+        return false;
+    }
+    validateTangent(x, y);
+    return storeTanOut(key, x, y);
+}

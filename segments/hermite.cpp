@@ -1,0 +1,155 @@
+#include "keelanim/segments/hermite.h"
+
+#include "keelanim/segments/bezier.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr float kVerticalTangentX = 1e-5f;  // the smallest forward step
+constexpr double kHandleTolerance = 1e-10;
+
+// The slope of a handle from (xa, ya) to (xb, yb); 0 for a zero-length input.
+double handleSlope(double xa, double ya, double xb, double yb)
+{
+    double const run = xb - xa;
+    return run == 0.0 ? 0.0 : (yb - ya) / run;
+}
+
+// A tangent's value offset over h seconds of input: slope times h, or the
+// value component itself for a vertical tangent.
+double offsetOver(float tx, float ty, double h)
+{
+    return tx == 0.0f ? double(ty) : double(ty) * h / double(tx);
+}
+
+} // namespace
+
+void T2dHermite::create(TparamCurve*, unsigned, double x0, double y0, double& x1, double& y1, double& x2,
+                        double& y2, double x3, double y3, bool)
+{
+    fX0 = x0;
+    fY0 = y0;
+    fX1 = x1;
+    fY1 = y1;
+    fX2 = x2;
+    fY2 = y2;
+    fX3 = x3;
+    fY3 = y3;
+    double const length = x3 - x0;
+    double const rise = y3 - y0;
+    double const m0 = handleSlope(x0, y0, x1, y1);
+    double const m1 = handleSlope(x2, y2, x3, y3);
+    double const inverseSquare = 1.0 / (length * length);
+    fA = (length * m0 + length * m1 - 2.0 * rise) * inverseSquare / length;
+    fB = (3.0 * rise - 2.0 * length * m0 - length * m1) * inverseSquare;
+    fC = m0;
+    fD = y0;
+}
+
+double T2dHermite::evaluate(double x) const
+{
+    double const u = x - fX0;
+    return ((fA * u + fB) * u + fC) * u + fD;
+}
+
+bool T2dHermite::validateTangent(float& x, float& y)
+{
+    if (x < 0.0f) {
+        x = 0.0f;
+    }
+    float const length = std::sqrt(x * x + y * y);
+    if (length != 0.0f) {
+        x /= length;
+        y /= length;
+    }
+    if (std::fabs(x) > 1e-5f) {
+        return false;
+    }
+    if (std::fabs(y) <= 1e-5f) {
+        return true;
+    }
+    x = kVerticalTangentX;
+    y = y < 0.0f ? -1.0f : 1.0f;
+    return false;
+}
+
+bool T2dHermite::setTanIn(Tkeyframe* key, float x, float y)
+{
+    if (key == nullptr || std::isnan(x) || std::isnan(y)) {
+        return false;
+    }
+    validateTangent(x, y);
+    return storeTanIn(key, x, y);
+}
+
+bool T2dHermite::setTanOut(Tkeyframe* key, float x, float y)
+{
+    if (key == nullptr || std::isnan(x) || std::isnan(y)) {
+        return false;
+    }
+    validateTangent(x, y);
+    return storeTanOut(key, x, y);
+}
+
+void T2dHermite::bezierControls(double& y1, double& y2, bool guarded) const
+{
+    double const h = (fX3 - fX0) / 3.0;
+    bool const flatStart = guarded && std::fabs(fX1 - fX0) <= kHandleTolerance;
+    bool const flatEnd = guarded && std::fabs(fX3 - fX2) <= kHandleTolerance;
+    y1 = flatStart ? fY0 : fY0 + h * (fY1 - fY0) / (fX1 - fX0);
+    y2 = flatEnd ? fY3 : fY3 - h * (fY3 - fY2) / (fX3 - fX2);
+}
+
+void T2dHermite::getMinMaxTimeAndValue(float& minTime, double& minValue, float& maxTime, double& maxValue) const
+{
+    double const h = (fX3 - fX0) / 3.0;
+    if (h == 0.0) {
+        return;
+    }
+    double y1 = 0.0;
+    double y2 = 0.0;
+    bezierControls(y1, y2, false);
+    double x1 = fX0 + h;
+    double x2 = fX3 - h;
+    T2dBezier bezier(floatInput());
+    bezier.create(nullptr, 0, fX0, fY0, x1, y1, x2, y2, fX3, fY3, true);
+    bezier.getMinMaxTimeAndValue(minTime, minValue, maxTime, maxValue);
+}
+
+double T2dHermite::newMatchingKey(double x, float& o1, float& o2, float& o3, float& o4, float& o5, float& o6,
+                                  float& o7, float& o8) const
+{
+    double const h = (fX3 - fX0) / 3.0;
+    if (h == 0.0) {
+        return 0.0;
+    }
+    double y1 = 0.0;
+    double y2 = 0.0;
+    bezierControls(y1, y2, true);
+    double x1 = fX0 + h;
+    double x2 = fX3 - h;
+    T2dBezier bezier(floatInput());
+    bezier.create(nullptr, 0, fX0, fY0, x1, y1, x2, y2, fX3, fY3, true);
+    return bezier.newMatchingKey(x, o1, o2, o3, o4, o5, o6, o7, o8);
+}
+
+void T2dHermite::getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min,
+                                  double& max) const
+{
+    if (first == nullptr || second == nullptr) {
+        return;
+    }
+    double const ya = first->value();
+    double const yb = second->value();
+    double const h = (keySeconds(*second) - keySeconds(*first)) / 3.0;
+    float tx = 0.0f;
+    float ty = 0.0f;
+    first->getTanOut(tx, ty);
+    double const q1 = ya + offsetOver(tx, ty, h);
+    second->getTanIn(tx, ty);
+    double const q2 = yb - offsetOver(tx, ty, h);
+    max = std::max({max, ya, yb, q1, q2});
+    min = std::min({min, ya, yb, q1, q2});
+}

@@ -1,0 +1,201 @@
+#include "support/curveBuilders.h"
+#include "support/museum.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+using keeltest::buildCurve;
+using keeltest::TkeySpec;
+
+namespace {
+
+constexpr double kTight = 1e-9;
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+// Keys (0 s, 0) and (1 s, 1) with flat tangents: an ease in and out.
+std::unique_ptr<TparamCurve> unitEase(TparamCurveEnums::TinfinityType pre, TparamCurveEnums::TinfinityType post)
+{
+    auto curve = buildCurve(true, false, {{0, 0, 1, 0, 1, 0}, {1, 1, 1, 0, 1, 0}});
+    curve->setPreInfinityType(pre);
+    curve->setPostInfinityType(post);
+    return curve;
+}
+
+double ease(double s)
+{
+    return 3 * s * s - 2 * s * s * s;
+}
+
+TEST(CurveEvaluation, InsideSpansAndAtKeys)
+{
+    auto curve = unitEase(TparamCurveEnums::kConstant, TparamCurveEnums::kConstant);
+    EXPECT_EQ(curve->evaluate(0.0f), 0.0);
+    EXPECT_EQ(curve->evaluate(1.0f), 1.0);
+    for (double s : {0.1, 0.25, 0.5, 0.9}) {
+        EXPECT_NEAR(curve->evaluate(float(s)), ease(float(s)), kTight) << s;
+    }
+    EXPECT_EQ(curve->evaluate(-5.0f), 0.0) << "constant before";
+    EXPECT_EQ(curve->evaluate(5.0f), 1.0) << "constant after";
+}
+
+TEST(CurveEvaluation, TickCurvesEvaluateAtTickTimes)
+{
+    auto curve = buildCurve(false, false, {{0, 0, 1, 0, 1, 0}, {1, 1, 1, 0, 1, 0}});
+    EXPECT_NEAR(curve->evaluate(TtimeValue(TanimTime::fromTicks(1500))), ease(0.25), kTight);
+    EXPECT_EQ(curve->evaluate(TtimeValue(TanimTime::fromTicks(6000))), 1.0);
+    EXPECT_NEAR(curve->evaluate(0.25f), ease(0.25), kTight) << "seconds on a tick curve";
+}
+
+TEST(CurveEvaluation, EmptyStaticAndBadTimes)
+{
+    TparamCurve empty(true);
+    EXPECT_EQ(empty.evaluate(3.0f), 0.0);
+    EXPECT_EQ(empty.evaluate(std::nanf("")), 0.0);
+    EXPECT_EQ(empty.evaluateInfinities(3.0f, false), 0.0);
+    auto flat = keeltest::floatCurve({{0.0f, 4.0}, {1.0f, 4.0}});
+    EXPECT_TRUE(flat->isStatic());
+    EXPECT_EQ(flat->evaluate(0.5f), 4.0);
+    auto curve = unitEase(TparamCurveEnums::kCycle, TparamCurveEnums::kOscillate);
+    EXPECT_EQ(curve->evaluate(std::nanf("")), 0.0) << "NaN answers the first key's value";
+    for (double t : {kInfinity, -kInfinity, 1e30, -1e30}) {
+        EXPECT_TRUE(std::isfinite(curve->evaluate(TtimeValue(float(t))))) << t;
+    }
+}
+
+TEST(CurveEvaluation, InterpolationMethods)
+{
+    auto curve = buildCurve(true, false,
+                            {{0, 1, 0, 0, 0, 0, kTangentLinear, kTangentLinear},
+                             {1, 3, 0, 0, 0, 0, kTangentLinear, kTangentStep},
+                             {2, 5, 0, 0, 0, 0, kTangentStep, kTangentStepNext},
+                             {3, 8, 0, 0, 0, 0, kTangentFixed, kTangentFixed}});
+    EXPECT_DOUBLE_EQ(curve->evaluate(0.25f), 1.5);
+    EXPECT_EQ(curve->evaluate(1.5f), 3.0) << "step holds the value";
+    EXPECT_EQ(curve->evaluate(1.99999f), 3.0) << "up to, not including, the next key";
+    EXPECT_EQ(curve->evaluate(2.0f), 5.0);
+    EXPECT_EQ(curve->evaluate(2.5f), 8.0) << "step next answers the next key";
+    TparamCurve::fsOverrideTangentsForBlockingMode = true;
+    EXPECT_EQ(curve->evaluate(0.25f), 1.0) << "blocking mode steps every span";
+    TparamCurve::fsOverrideTangentsForBlockingMode = false;
+}
+
+TEST(CurveInfinity, SingleKeyHoldsEverywhere)
+{
+    for (int type : {0, 1, 3, 4, 5}) {
+        auto curve = buildCurve(true, false, {{1, 7, 1, 1, 1, 1}});
+        curve->setPreInfinityType(static_cast<TparamCurveEnums::TinfinityType>(type));
+        curve->setPostInfinityType(static_cast<TparamCurveEnums::TinfinityType>(type));
+        for (float t : {-10.0f, 0.0f, 1.0f, 2.0f, 100.0f}) {
+            EXPECT_EQ(curve->evaluate(t), 7.0) << "type " << type << " at " << t;
+        }
+    }
+}
+
+TEST(CurveInfinity, CyclesOffsetsAndOscillation)
+{
+    struct Case {
+        TparamCurveEnums::TinfinityType fPre;
+        TparamCurveEnums::TinfinityType fPost;
+        float fTime;
+        double fExpected;
+    };
+    Case const cases[] = {
+        {TparamCurveEnums::kConstant, TparamCurveEnums::kCycleRelative, 1.25f, ease(0.25) + 1},
+        {TparamCurveEnums::kConstant, TparamCurveEnums::kCycleRelative, 2.25f, ease(0.25) + 2},
+        {TparamCurveEnums::kConstant, TparamCurveEnums::kOscillate, 1.25f, ease(0.75)},
+        {TparamCurveEnums::kConstant, TparamCurveEnums::kOscillate, 2.25f, ease(0.25)},
+        {TparamCurveEnums::kConstant, TparamCurveEnums::kCycle, 7.5f, ease(0.5)},
+        {TparamCurveEnums::kCycle, TparamCurveEnums::kConstant, -0.25f, ease(0.75)},
+        {TparamCurveEnums::kCycleRelative, TparamCurveEnums::kConstant, -0.25f, ease(0.75) - 1},
+        {TparamCurveEnums::kOscillate, TparamCurveEnums::kConstant, -0.25f, ease(0.25)},
+        {TparamCurveEnums::kOscillate, TparamCurveEnums::kConstant, -1.25f, ease(0.75)},
+        {TparamCurveEnums::kCycle, TparamCurveEnums::kCycle, -3.0f, 1.0},  // a whole cycle back: the last key
+    };
+    for (Case const& c : cases) {
+        auto curve = unitEase(c.fPre, c.fPost);
+        EXPECT_NEAR(curve->evaluate(c.fTime), c.fExpected, 1e-6) << c.fPre << "/" << c.fPost << " at " << c.fTime;
+    }
+}
+
+TEST(CurveInfinity, LinearFollowsTheEndTangents)
+{
+    // 45 degrees on both ends.
+    auto curve = buildCurve(true, false, {{0, 2, 1, 1, 1, 0}, {1, 3, 1, 0, 2, 2}});
+    curve->setPreInfinityType(TparamCurveEnums::kLinear);
+    curve->setPostInfinityType(TparamCurveEnums::kLinear);
+    EXPECT_NEAR(curve->evaluate(-1.0f), 1.0, kTight);
+    EXPECT_NEAR(curve->evaluate(3.0f), 5.0, kTight);
+    EXPECT_TRUE(std::isinf(curve->evaluate(TtimeValue(std::numeric_limits<float>::infinity()))));
+    EXPECT_NEAR(curve->tangentAngle(0, true, 1.0, 1.0), M_PI / 4, kTight);
+    EXPECT_NEAR(curve->tangentAngle(0, true, 1.0, 2.0), std::atan(2.0), kTight) << "display scales";
+    EXPECT_EQ(curve->tangentAngle(9, true, 1.0, 1.0), 0.0);
+}
+
+TEST(CurveInfinity, TypesWithoutABehaviourEvaluateAtTheUnshiftedOffset)
+{
+    // Keys from 10 s to 11 s: the offset lands before the keys, where the
+    // constant pre-infinity answers the first value.
+    auto curve = buildCurve(true, false, {{10, 3, 1, 0, 1, 0}, {11, 4, 1, 0, 1, 0}});
+    EXPECT_EQ(curve->evaluateInfinities(11.5f, false), 3.0);
+}
+
+TEST(CurveInfinity, VerticalTangentsGiveSteepButFiniteLines)
+{
+    auto curve = buildCurve(true, false, {{0, 0, 0, 1, 0, 1}, {1, 1, 0, 1, 0, 1}});
+    curve->setPostInfinityType(TparamCurveEnums::kLinear);
+    EXPECT_NEAR(curve->tangentAngle(1, false, 1.0, 1.0), M_PI / 2, kTight);
+    EXPECT_TRUE(std::isfinite(curve->evaluate(2.0f)));
+}
+
+TEST(CurveCache, SegmentIsBuiltOncePerSpan)
+{
+    auto curve = buildCurve(true, false, {{0, 0, 1, 0, 1, 0}, {1, 1, 1, 0, 1, 0}, {2, 0, 1, 0, 1, 0}});
+    curve->setInterpolationInterval(0);
+    T2dAnimCurve const* segment = curve->interpolator();
+    ASSERT_NE(segment, nullptr);
+    // Change a tangent behind the curve's back: a second request for the
+    // same span must not rebuild, so the old shape answers.
+    double const before = curve->evaluate(0.5f);
+    curve->keyframe(0)->setTanOut(1.0f, 5.0f);
+    curve->setInterpolationInterval(0);
+    EXPECT_EQ(curve->evaluate(0.5f), before);
+    EXPECT_EQ(curve->interpolator(), segment) << "the same kind keeps its segment";
+    curve->setInterpolationInterval(1);
+    EXPECT_EQ(curve->interpolatorSpan(), 1);
+    curve->invalidateCache();
+    EXPECT_EQ(curve->interpolatorSpan(), -1);
+    EXPECT_NE(curve->evaluate(0.5f), before) << "rebuilt after invalidation";
+}
+
+TEST(CurveCache, SweepsInBothDirectionsMatchFreshEvaluation)
+{
+    for (auto const& exhibit : keeltest::museum()) {
+        auto swept = exhibit.fBuild();
+        auto fresh = exhibit.fBuild();
+        for (int i = -40; i <= 160; ++i) {
+            float const t = float(i) / 40.0f;
+            fresh->invalidateCache();
+            ASSERT_EQ(swept->evaluate(t), fresh->evaluate(t)) << exhibit.fName << " forward at " << t;
+        }
+        for (int i = 160; i >= -40; i -= 3) {
+            float const t = float(i) / 40.0f;
+            fresh->invalidateCache();
+            ASSERT_EQ(swept->evaluate(t), fresh->evaluate(t)) << exhibit.fName << " backward at " << t;
+        }
+    }
+}
+
+TEST(CurveEvaluation, ValueAndSlopeAtAKey)
+{
+    auto curve = buildCurve(true, false, {{0, 1, 1, 0, 2, 1}, {1, 3, 1, 0, 1, 0}});
+    double value = 0;
+    double slope = 0;
+    EXPECT_TRUE(curve->evaluate(0u, &value, &slope));
+    EXPECT_EQ(value, 1.0);
+    EXPECT_EQ(slope, 0.5);
+    EXPECT_FALSE(curve->evaluate(5u, &value, &slope));
+}
+
+} // namespace

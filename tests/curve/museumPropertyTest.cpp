@@ -1,0 +1,88 @@
+#include "support/museum.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+namespace {
+
+// Values are double; tangents are stored in single precision, which bounds
+// how exactly a split span reproduces the whole.
+constexpr double kShapeTolerance = 2e-5;
+
+// The times a property test samples: across the keys, into both infinities
+// and far beyond them.
+std::vector<float> sampleTimes()
+{
+    std::vector<float> times;
+    for (int i = -60; i <= 200; ++i) {
+        times.push_back(float(i) / 40.0f);
+    }
+    for (float far : {-1e6f, -12345.678f, 777.25f, 1e6f}) {
+        times.push_back(far);
+    }
+    return times;
+}
+
+TEST(MuseumProperties, EvaluationIsFiniteEverywhere)
+{
+    for (auto const& exhibit : keeltest::museum()) {
+        auto curve = exhibit.fBuild();
+        for (float t : sampleTimes()) {
+            ASSERT_TRUE(std::isfinite(curve->evaluate(t))) << exhibit.fName << " at " << t;
+        }
+        ASSERT_TRUE(std::isfinite(curve->evaluate(std::nanf("")))) << exhibit.fName;
+    }
+}
+
+TEST(MuseumProperties, ShapePreservingInsertionChangesNoValue)
+{
+    std::mt19937 random(17);
+    for (auto const& exhibit : keeltest::museum()) {
+        auto curve = exhibit.fBuild();
+        if (curve->keyframeCount() < 2) {
+            continue;
+        }
+        double const first = curve->seconds(0u);
+        double const last = curve->seconds(curve->keyframeCount() - 1);
+        std::uniform_real_distribution<double> inside(first, last);
+        for (int insertion = 0; insertion < 5; ++insertion) {
+            auto const times = sampleTimes();
+            std::vector<double> before;
+            for (float t : times) {
+                before.push_back(curve->evaluate(t));
+            }
+            float const at = float(inside(random));
+            Tkeyframe const probe = curve->isFloatCurve()
+                                        ? Tkeyframe(at, 0.0, kTangentSpline, kTangentSpline)
+                                        : Tkeyframe(TanimTime(at, kSeconds), 0.0, kTangentSpline, kTangentSpline);
+            unsigned index = 0;
+            if (curve->find(probe.timeValue(), index)) {
+                continue;
+            }
+            ASSERT_TRUE(curve->insertKey(probe, true)) << exhibit.fName;
+            for (std::size_t i = 0; i < times.size(); ++i) {
+                if (std::fabs(times[i]) > 100.0f) {
+                    continue;  // linear infinities amplify float tangent rounding far out
+                }
+                double const scale = std::max(1.0, std::fabs(before[i]));
+                ASSERT_NEAR(curve->evaluate(times[i]), before[i], kShapeTolerance * scale)
+                    << exhibit.fName << ": key at " << at << ", sampled at " << times[i];
+            }
+        }
+    }
+}
+
+TEST(MuseumProperties, CopiesEvaluateLikeTheirSource)
+{
+    for (auto const& exhibit : keeltest::museum()) {
+        auto curve = exhibit.fBuild();
+        TparamCurve copy(*curve);
+        for (float t : sampleTimes()) {
+            ASSERT_EQ(copy.evaluate(t), curve->evaluate(t)) << exhibit.fName << " at " << t;
+        }
+    }
+}
+
+} // namespace

@@ -1,0 +1,136 @@
+#include "support/curveBuilders.h"
+#include "support/museum.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cfloat>
+#include <memory>
+
+using keeltest::buildCurve;
+using keeltest::floatCurve;
+
+namespace {
+
+std::unique_ptr<TkeyframeHandle> own(TkeyframeHandle* handle)
+{
+    return std::unique_ptr<TkeyframeHandle>(handle);
+}
+
+TEST(CurveQueries, ClosestKeyByTime)
+{
+    auto curve = floatCurve({{1.0f, 0.0}, {2.0f, 0.0}, {4.0f, 0.0}});
+    struct Case {
+        float fTime;
+        int fIndex;
+    };
+    Case const cases[] = {{0.0f, 0}, {9.0f, 2}, {1.5f, 1}, {1.4f, 0}, {2.0f, 1}, {2.9f, 1}, {3.1f, 2}, {3.0f, 2}};
+    for (Case const& c : cases) {
+        auto handle = own(curve->findClosestKeyframe(TtimeValue(c.fTime)));
+        ASSERT_NE(handle, nullptr);
+        EXPECT_EQ(handle->index(), c.fIndex) << c.fTime;
+    }
+    TparamCurve empty(true);
+    EXPECT_EQ(empty.findClosestKeyframe(TtimeValue(1.0f)), nullptr);
+}
+
+TEST(CurveQueries, ClosestKeyWithinATolerance)
+{
+    auto curve = floatCurve({{1.0f, 0.0}, {2.0f, 0.0}, {3.0f, 0.0}});
+    EXPECT_EQ(curve->findClosestKeyframe(TtimeValue(1.5f), 0.2, false), nullptr);
+    auto near = own(curve->findClosestKeyframe(TtimeValue(2.1f), 0.2, false));
+    ASSERT_NE(near, nullptr);
+    EXPECT_EQ(near->index(), 1);
+    curve->keyframe(1)->setHidden(true);
+    curve->setCurveFlag(TparamCurve::kHideKeysBit, true);
+    EXPECT_EQ(curve->findClosestKeyframe(TtimeValue(2.1f), 0.2, true), nullptr);
+    auto wide = own(curve->findClosestKeyframe(TtimeValue(2.1f), 1.0, true));
+    ASSERT_NE(wide, nullptr);
+    EXPECT_EQ(wide->index(), 2);
+    EXPECT_EQ(curve->findClosestKeyframe(TtimeValue(2.1f), -1.0, false), nullptr);
+}
+
+TEST(CurveQueries, ClosestKeyByValue)
+{
+    auto curve = floatCurve({{0.0f, 1.0}, {1.0f, 3.0}, {2.0f, 2.5}});
+    EXPECT_EQ(own(curve->findClosestValue(2.0))->index(), 2);
+    auto tie = floatCurve({{0.0f, 1.0}, {1.0f, 3.0}});
+    EXPECT_EQ(own(tie->findClosestValue(2.0))->index(), 0) << "the earliest of equally near keys";
+    TparamCurve empty(false);
+    EXPECT_EQ(empty.findClosestValue(1.0), nullptr);
+}
+
+TEST(CurveQueries, NextAndPreviousKeys)
+{
+    auto curve = floatCurve({{1.0f, 0.0}, {2.0f, 0.0}});
+    bool found = false;
+    EXPECT_EQ(curve->getNextKey(TtimeValue(1.0f), true, found).seconds(), 2.0);
+    EXPECT_TRUE(found);
+    EXPECT_EQ(curve->getNextKey(TtimeValue(1.5f), false, found).seconds(), 1.0);
+    curve->getNextKey(TtimeValue(2.0f), true, found);
+    EXPECT_FALSE(found);
+    curve->getNextKey(TtimeValue(1.0f), false, found);
+    EXPECT_FALSE(found);
+}
+
+TEST(CurveQueries, SpanBoundsCoverOvershoot)
+{
+    // Tangents that rise then fall: the span bulges above both keys.
+    auto curve = buildCurve(true, false, {{0, 0, 1, 3, 1, 3}, {1, 0.1, 1, -3, 1, -3}});
+    float t0 = -1;
+    float t1 = -1;
+    double low = 0;
+    double high = 0;
+    ASSERT_TRUE(curve->boundingBox(0, t0, low, t1, high, false));
+    EXPECT_EQ(t0, 0.0f);
+    EXPECT_EQ(t1, 1.0f);
+    EXPECT_GT(high, 0.0);
+    double exactLow = 0;
+    double exactHigh = 0;
+    ASSERT_TRUE(curve->boundingBox(0, t0, exactLow, t1, exactHigh, true));
+    double sampledPeak = -DBL_MAX;
+    for (int i = 0; i <= 10000; ++i) {
+        sampledPeak = std::max(sampledPeak, curve->evaluate(float(i) / 10000.0f));
+    }
+    EXPECT_NEAR(exactHigh, sampledPeak, 1e-6) << "the true peak";
+    EXPECT_GE(high, exactHigh) << "the cheap bound covers the curve";
+    float untouched = 42;
+    EXPECT_FALSE(curve->boundingBox(1, untouched, low, t1, high, false)) << "the last key starts no span";
+    EXPECT_EQ(untouched, 42.0f);
+}
+
+TEST(CurveQueries, WholeCurveBoundsContainEverySample)
+{
+    for (auto const& exhibit : keeltest::museum()) {
+        auto curve = exhibit.fBuild();
+        float t0 = 0;
+        float t1 = 0;
+        double low = 0;
+        double high = 0;
+        if (!curve->boundingBox(t0, low, t1, high, false)) {
+            EXPECT_EQ(curve->keyframeCount(), 0u) << exhibit.fName;
+            continue;
+        }
+        for (int i = 0; i <= 200; ++i) {
+            float const t = t0 + (t1 - t0) * float(i) / 200.0f;
+            double const v = curve->evaluate(t);
+            EXPECT_GE(v, low - 1e-9) << exhibit.fName << " at " << t;
+            EXPECT_LE(v, high + 1e-9) << exhibit.fName << " at " << t;
+        }
+    }
+}
+
+TEST(CurveQueries, SpanExtremes)
+{
+    auto curve = buildCurve(true, true, {{0, 0, 1, 0, 1, 3}, {1, 0, 1, -3, 1, 0}});
+    float t0 = 0;
+    float t1 = 0;
+    double first = 0;
+    double second = 0;
+    ASSERT_TRUE(curve->minMaxValueAndTime(0, t0, first, t1, second));
+    EXPECT_NEAR(t1, 0.5f, 1e-6);
+    EXPECT_NEAR(second, 0.75, 1e-9);
+    EXPECT_FALSE(curve->minMaxValueAndTime(1, t0, first, t1, second));
+}
+
+} // namespace
