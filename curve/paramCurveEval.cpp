@@ -22,7 +22,7 @@ bool isStepped(TtangentType type)
     return type == kTangentStep || type == kTangentStepNext;
 }
 
-} // namespace
+}  // namespace
 
 // --- Times ------------------------------------------------------------------------------
 
@@ -41,7 +41,7 @@ int TparamCurve::compareWithKey(TevalTime const& time, unsigned index) const
         std::int32_t const keyTicks = (fNleData != nullptr ? fNleData->toZeva(ticks) : ticks).ticks();
         return time.fTicks < keyTicks ? -1 : (time.fTicks > keyTicks ? 1 : 0);
     }
-    double const keySeconds = doubleSeconds(key);
+    double const keySeconds = hostSeconds(key);
     return time.fSeconds < keySeconds ? -1 : (time.fSeconds > keySeconds ? 1 : 0);
 }
 
@@ -155,8 +155,8 @@ bool TparamCurve::locateBySearch(TevalTime const& time, unsigned count, unsigned
     unsigned found = 0;
     bool exact = false;
     if (isFloatCurve() || time.fExactTicks) {
-        TtimeValue const probe = time.fExactTicks ? TtimeValue(TanimTime::fromTicks(time.fTicks))
-                                                  : TtimeValue(narrowToFloat(time.fSeconds));
+        TtimeValue const probe =
+            time.fExactTicks ? TtimeValue(TanimTime::fromTicks(time.fTicks)) : TtimeValue(narrowToFloat(time.fSeconds));
         exact = find(probe, found);
     } else {
         // Seconds on a tick curve: search by the keys' seconds.

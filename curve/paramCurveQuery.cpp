@@ -19,7 +19,7 @@ double timeDistance(TtimeValue const& a, TtimeValue const& b)
                                 : std::fabs(difference.seconds());
 }
 
-} // namespace
+}  // namespace
 
 TkeyframeHandle* TparamCurve::findClosestKeyframe(TtimeValue const& time)
 {

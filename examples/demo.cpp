@@ -1,5 +1,7 @@
-// The engine's main job on a built-in example: curves of both time forms,
-// edited inside a delayed batch, with what their observers heard.
+// The engine's main job on a built-in example: keys of both time forms kept
+// in order, curves edited inside a delayed batch with what their observers
+// heard, and curves of every span kind evaluated across their keys and into
+// every infinity type.
 
 #include <keelanim/keelanim.h>
 
@@ -111,6 +113,63 @@ void showCurves()
     TparamCurve::removeGlobalClient(&global);
 }
 
+TparamCurve* buildMixedCurve(bool weighted)
+{
+    // Spans: segment (Hermite, or Bezier when weighted), linear, step,
+    // step next, then segment again.
+    struct Key {
+        float fTime;
+        double fValue;
+        TtangentType fIn;
+        TtangentType fOut;
+        float fTanX;
+        float fTanY;
+    };
+    Key const keys[] = {
+        {0.0f, 0.0, kTangentFixed, kTangentFixed, 1.0f, 3.0f},  {1.0f, 2.0, kTangentFixed, kTangentLinear, 0.5f, 0.0f},
+        {2.0f, 1.0, kTangentLinear, kTangentStep, 1.0f, 0.0f},  {3.0f, 3.0, kTangentStep, kTangentStepNext, 1.0f, 0.0f},
+        {4.0f, 0.5, kTangentFixed, kTangentFixed, 1.0f, -2.0f}, {5.0f, 1.5, kTangentFixed, kTangentFixed, 1.0f, 1.0f}};
+    auto* curve = new TparamCurve(true);
+    curve->setCurveFlag(TparamCurve::kWeightedBit, weighted);
+    for (Key const& k : keys) {
+        Tkeyframe key(k.fTime, k.fValue, k.fIn, k.fOut);
+        key.setTanIn(k.fTanX * (weighted ? 1.5f : 1.0f), k.fTanY);
+        key.setTanOut(k.fTanX, k.fTanY);
+        curve->add(key, false, true);
+    }
+    return curve;
+}
+
+void showEvaluation()
+{
+    std::unique_ptr<TparamCurve> hermite(buildMixedCurve(false));
+    std::unique_ptr<TparamCurve> bezier(buildMixedCurve(true));
+    std::printf("\nevaluation: spans 0-1 segment, 1-2 linear, 2-3 step, 3-4 step next, 4-5 segment\n");
+    std::printf("  %7s  %12s  %12s\n", "time", "Hermite", "Bezier");
+    for (int i = 0; i <= 20; ++i) {
+        float const t = float(i) * 0.25f;
+        std::printf("  %7.2f  %12.6f  %12.6f\n", double(t), hermite->evaluate(t), bezier->evaluate(t));
+    }
+
+    char const* const names[] = {"constant", "linear", "", "cycle", "cycle+offset", "oscillate"};
+    std::printf("\ninfinities of the Hermite curve, the same type on both sides:\n");
+    std::printf("  %7s", "time");
+    for (int type : {0, 1, 3, 4, 5}) {
+        std::printf("  %12s", names[type]);
+    }
+    std::printf("\n");
+    for (float t : {-7.5f, -2.0f, -0.5f, 5.5f, 8.0f, 13.25f}) {
+        std::printf("  %7.2f", double(t));
+        for (int type : {0, 1, 3, 4, 5}) {
+            auto const infinity = static_cast<TparamCurveEnums::TinfinityType>(type);
+            hermite->setPreInfinityType(infinity);
+            hermite->setPostInfinityType(infinity);
+            std::printf("  %12.6f", hermite->evaluate(t));
+        }
+        std::printf("\n");
+    }
+}
+
 }  // namespace
 
 int main()
@@ -118,5 +177,6 @@ int main()
     std::printf("Keelanim %s\n\n", relmarkVersion());
     showContainers();
     showCurves();
+    showEvaluation();
     return 0;
 }

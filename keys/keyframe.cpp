@@ -224,16 +224,6 @@ double Tkeyframe::seconds() const
     return isTickTime() ? animTime().seconds() : double(floatTime());
 }
 
-float Tkeyframe::floatTime() const
-{
-    return std::bit_cast<float>(fTime);
-}
-
-TanimTime Tkeyframe::animTime() const
-{
-    return TanimTime::fromTicks(std::bit_cast<std::int32_t>(fTime));
-}
-
 bool Tkeyframe::setTime(float seconds)
 {
     if (std::isnan(seconds)) {

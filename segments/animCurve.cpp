@@ -15,7 +15,7 @@ TinterpolatorType byWeighting(bool weighted)
     return weighted ? kInterpolatorBezier : kInterpolatorHermite;
 }
 
-} // namespace
+}  // namespace
 
 T2dAnimCurve::~T2dAnimCurve() = default;
 

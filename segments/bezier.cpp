@@ -80,7 +80,7 @@ void bezierToPower(double p0, double p1, double p2, double p3, double* power)
     power[0] = p0;
 }
 
-} // namespace
+}  // namespace
 
 T2dBezier::T2dBezier(bool floatInput) : T2dAnimCurve(floatInput)
 {
@@ -129,8 +129,8 @@ void T2dBezier::checkMonotonic(double& a, double& b, bool adjust)
     b = 1.0 - c;
 }
 
-void T2dBezier::create(TparamCurve*, unsigned, double x0, double y0, double& x1, double& y1, double& x2,
-                       double& y2, double x3, double y3, bool adjust)
+void T2dBezier::create(TparamCurve*, unsigned, double x0, double y0, double& x1, double& y1, double& x2, double& y2,
+                       double x3, double y3, bool adjust)
 {
     double const length = x3 - x0;
     if (length == 0.0) {
@@ -267,8 +267,8 @@ double T2dBezier::evaluateForBezier(double x, float& o1, float& o2, float& o3, f
     return s.fValue;
 }
 
-double T2dBezier::newMatchingKey(double x, float& o1, float& o2, float& o3, float& o4, float& o5, float& o6,
-                                 float& o7, float& o8) const
+double T2dBezier::newMatchingKey(double x, float& o1, float& o2, float& o3, float& o4, float& o5, float& o6, float& o7,
+                                 float& o8) const
 {
     // Kept in double until each stored tangent is formed: handle ends far
     // from time 0 would lose their offsets in single precision.

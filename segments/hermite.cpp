@@ -24,10 +24,10 @@ double offsetOver(float tx, float ty, double h)
     return tx == 0.0f ? double(ty) : double(ty) * h / double(tx);
 }
 
-} // namespace
+}  // namespace
 
-void T2dHermite::create(TparamCurve*, unsigned, double x0, double y0, double& x1, double& y1, double& x2,
-                        double& y2, double x3, double y3, bool)
+void T2dHermite::create(TparamCurve*, unsigned, double x0, double y0, double& x1, double& y1, double& x2, double& y2,
+                        double x3, double y3, bool)
 {
     fX0 = x0;
     fY0 = y0;
@@ -118,8 +118,8 @@ void T2dHermite::getMinMaxTimeAndValue(float& minTime, double& minValue, float& 
     bezier.getMinMaxTimeAndValue(minTime, minValue, maxTime, maxValue);
 }
 
-double T2dHermite::newMatchingKey(double x, float& o1, float& o2, float& o3, float& o4, float& o5, float& o6,
-                                  float& o7, float& o8) const
+double T2dHermite::newMatchingKey(double x, float& o1, float& o2, float& o3, float& o4, float& o5, float& o6, float& o7,
+                                  float& o8) const
 {
     double const h = (fX3 - fX0) / 3.0;
     if (h == 0.0) {
@@ -135,8 +135,7 @@ double T2dHermite::newMatchingKey(double x, float& o1, float& o2, float& o3, flo
     return bezier.newMatchingKey(x, o1, o2, o3, o4, o5, o6, o7, o8);
 }
 
-void T2dHermite::getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min,
-                                  double& max) const
+void T2dHermite::getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min, double& max) const
 {
     if (first == nullptr || second == nullptr) {
         return;

@@ -24,7 +24,7 @@ void addRoot(double root, double* roots, int& count, double epsilon4)
     }
 }
 
-} // namespace
+}  // namespace
 
 double polynomialAt(double const* coefficients, int degree, double u)
 {
@@ -162,4 +162,4 @@ int rootsInUnitInterval(double const* coefficients, int degree, double* roots)
     return count;
 }
 
-} // namespace keel_segments
+}  // namespace keel_segments

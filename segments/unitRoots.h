@@ -19,4 +19,4 @@ double polynomialAt(double const* coefficients, int degree, double u);
 // A root of the polynomial in [lo, hi], where its signs differ at the ends.
 double brentRoot(double const* coefficients, int degree, double lo, double hi, double flo, double fhi);
 
-} // namespace keel_segments
+}  // namespace keel_segments

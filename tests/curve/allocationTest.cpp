@@ -12,7 +12,7 @@
 
 namespace {
 std::atomic<long> sAllocations{0};
-} // namespace
+}  // namespace
 
 // These replace the global operators, so malloc and free pair correctly;
 // the compiler cannot see that.
@@ -68,4 +68,4 @@ TEST(EvaluationAllocations, CountingSeesTheEnginesAllocations)
     EXPECT_GE(sAllocations.load() - before, 1) << "the counter must see the library's operator new";
 }
 
-} // namespace
+}  // namespace

@@ -198,4 +198,4 @@ TEST(CurveEvaluation, ValueAndSlopeAtAKey)
     EXPECT_FALSE(curve->evaluate(5u, &value, &slope));
 }
 
-} // namespace
+}  // namespace

@@ -85,4 +85,4 @@ TEST(MuseumProperties, CopiesEvaluateLikeTheirSource)
     }
 }
 
-} // namespace
+}  // namespace

@@ -133,4 +133,4 @@ TEST(CurveQueries, SpanExtremes)
     EXPECT_FALSE(curve->minMaxValueAndTime(1, t0, first, t1, second));
 }
 
-} // namespace
+}  // namespace

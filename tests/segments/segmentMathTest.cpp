@@ -95,7 +95,8 @@ TEST(HermiteMath, TangentValidation)
         bool fDegenerate;
     };
     Case const cases[] = {
-        {-1, 0, 0, 0, true}, {0, -5, 1e-5f, -1, false}, {3, 4, 0.6f, 0.8f, false}, {0, 0, 0, 0, true}, {0, 2, 1e-5f, 1, false},
+        {-1, 0, 0, 0, true}, {0, -5, 1e-5f, -1, false}, {3, 4, 0.6f, 0.8f, false},
+        {0, 0, 0, 0, true},  {0, 2, 1e-5f, 1, false},
     };
     for (Case const& c : cases) {
         float x = c.fX;
@@ -365,4 +366,4 @@ TEST(HermiteMath, ExtremesAndSplitGoThroughTheBezier)
     EXPECT_EQ(untouched, 42.0f);
 }
 
-} // namespace
+}  // namespace

@@ -25,10 +25,14 @@ TEST_F(SegmentSelection, OutTangentTypeChoosesTheKind)
         TinterpolatorType fKind;
     };
     Case const cases[] = {
-        {kTangentSpline, false, kInterpolatorHermite}, {kTangentSpline, true, kInterpolatorBezier},
-        {kTangentLinear, true, kInterpolatorBezier},   {kTangentHermite, false, kInterpolatorSine},
-        {kTangentBezier, true, kInterpolatorParabolic}, {kTangentSine, false, kInterpolatorNone4},
-        {kTangentParabolic, true, kInterpolatorLog},   {kTangentLog, false, kInterpolatorNone6},
+        {kTangentSpline, false, kInterpolatorHermite},
+        {kTangentSpline, true, kInterpolatorBezier},
+        {kTangentLinear, true, kInterpolatorBezier},
+        {kTangentHermite, false, kInterpolatorSine},
+        {kTangentBezier, true, kInterpolatorParabolic},
+        {kTangentSine, false, kInterpolatorNone4},
+        {kTangentParabolic, true, kInterpolatorLog},
+        {kTangentLog, false, kInterpolatorNone6},
         {static_cast<TtangentType>(20), false, static_cast<TinterpolatorType>(20)},
         {static_cast<TtangentType>(64), true, static_cast<TinterpolatorType>(64)},
         {static_cast<TtangentType>(40), true, kInterpolatorBezier},  // between the plug-in ranges
@@ -103,4 +107,4 @@ TEST(SpanInterpolationMethod, LinearNeighboursMakeALinearSpan)
     curve.setSpanInterpMethod(40);  // out of range: nothing
 }
 
-} // namespace
+}  // namespace

@@ -48,7 +48,9 @@ inline std::vector<TkeySpec> waveKeys()
 // Weighted keys whose handles sit off the thirds of their spans.
 inline std::vector<TkeySpec> weightedKeys()
 {
-    return {{0.0, 0.0, 1, 0, 0.4f, 2.5f}, {1.0, 2.0, 2.2f, 1, 1.5f, -1}, {2.5, -1.0, 0.3f, -0.5f, 2.0f, 0.5f},
+    return {{0.0, 0.0, 1, 0, 0.4f, 2.5f},
+            {1.0, 2.0, 2.2f, 1, 1.5f, -1},
+            {2.5, -1.0, 0.3f, -0.5f, 2.0f, 0.5f},
             {3.0, 1.0, 1.2f, 3, 1, 3}};
 }
 
@@ -78,16 +80,17 @@ inline std::vector<Texhibit> const& museum()
                                               {1, 4, 0, 0, 0, 0, kTangentStepNext, kTangentStepNext},
                                               {2, 2, 0, 0, 0, 0, kTangentStepNext, kTangentStepNext}});
                        }});
-        all.push_back({"cusp", [] {
-                           return buildCurve(true, false, {{0, 0, 1, 0, 1, 0}, {1, 1, 1, 4, 1, -4}, {2, 0, 1, 0, 1, 0}});
-                       }});
+        all.push_back(
+            {"cusp", [] {
+                 return buildCurve(true, false, {{0, 0, 1, 0, 1, 0}, {1, 1, 1, 4, 1, -4}, {2, 0, 1, 0, 1, 0}});
+             }});
         all.push_back({"vertical tangent", [] {
                            return buildCurve(true, true, {{0, 0, 1, 0, 0, 3}, {1, 1, 0, -3, 1, 0}, {2, 0, 1, 0, 1, 0}});
                        }});
         all.push_back({"near-coincident keys", [] {
-                           return buildCurve(true, false,
-                                             {{0, 0, 1, 1, 1, 1}, {1, 1, 1, 1, 1, 1}, {1.00002, 5, 1, 0, 1, 0},
-                                              {2, 0, 1, 0, 1, 0}});
+                           return buildCurve(
+                               true, false,
+                               {{0, 0, 1, 1, 1, 1}, {1, 1, 1, 1, 1, 1}, {1.00002, 5, 1, 0, 1, 0}, {2, 0, 1, 0, 1, 0}});
                        }});
         all.push_back({"one key", [] { return buildCurve(true, false, {{1, 7, 1, 1, 1, 1}}); }});
         all.push_back({"no key", [] { return buildCurve(true, false, {}); }});
@@ -104,4 +107,4 @@ inline std::vector<Texhibit> const& museum()
     return exhibits;
 }
 
-} // namespace keeltest
+}  // namespace keeltest

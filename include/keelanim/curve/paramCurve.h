@@ -334,6 +334,11 @@ private:
         bool fExactTicks;  // compare integer ticks (tick curves, tick times)
     };
     TevalTime evalTime(TtimeValue const& time) const;
+    // doubleSeconds() without the detour through TtimeValue for float curves.
+    double hostSeconds(Tkeyframe const* key) const
+    {
+        return fTickKeys == nullptr ? double(key->floatTime()) : doubleSeconds(key);
+    }
     int compareWithKey(TevalTime const& time, unsigned index) const;
     double evaluateAt(TevalTime const& time);
     double evaluateInfinitiesAt(double seconds, bool pre);

@@ -5,6 +5,7 @@
 #include "keelanim/base/export.h"
 #include "keelanim/keys/tangentType.h"
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -99,8 +100,8 @@ public:
     // The slot read in its own form, converted to seconds.
     double seconds() const;
     // The slot read as float seconds / as ticks, whatever bit 10 says.
-    float floatTime() const;
-    TanimTime animTime() const;
+    float floatTime() const { return std::bit_cast<float>(fTime); }
+    TanimTime animTime() const { return TanimTime::fromTicks(std::bit_cast<std::int32_t>(fTime)); }
     // These store the slot in the given form and leave bit 10 alone.
     // Infinite seconds are clamped to +-FLT_MAX.
     bool setTime(float seconds);

@@ -43,26 +43,24 @@ public:
     virtual TinterpolatorType interpolatorType() const = 0;
     virtual Tstring interpolatorName() const = 0;
     // Accepts the span's control points (see the class comment).
-    virtual void create(TparamCurve* curve, unsigned index, double x0, double y0, double& x1, double& y1,
-                        double& x2, double& y2, double x3, double y3, bool adjust) = 0;
+    virtual void create(TparamCurve* curve, unsigned index, double x0, double y0, double& x1, double& y1, double& x2,
+                        double& y2, double x3, double y3, bool adjust) = 0;
     // The value at input x; not clamped to the span.
     virtual double evaluate(double x) const = 0;
     // Validate and store a key's tangent; true when the key changed.
     virtual bool setTanIn(Tkeyframe* key, float x, float y) = 0;
     virtual bool setTanOut(Tkeyframe* key, float x, float y) = 0;
     // The stationary points of the current span (see each kind).
-    virtual void getMinMaxTimeAndValue(float& minTime, double& minValue, float& maxTime,
-                                       double& maxValue) const = 0;
+    virtual void getMinMaxTimeAndValue(float& minTime, double& minValue, float& maxTime, double& maxValue) const = 0;
     // Widens [min, max] (never narrows it) by a cheap bound of the span
     // between two keys, without create().
-    virtual void getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min,
-                                  double& max) const = 0;
+    virtual void getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min, double& max) const = 0;
     // Splits the current span at x: answers the value there and the stored
     // tangents that keep the span's shape: (o1, o2) the first key's new
     // out-tangent, (o3, o4) and (o5, o6) the new key's in- and out-tangent,
     // (o7, o8) the second key's new in-tangent.
-    virtual double newMatchingKey(double x, float& o1, float& o2, float& o3, float& o4, float& o5, float& o6,
-                                  float& o7, float& o8) const = 0;
+    virtual double newMatchingKey(double x, float& o1, float& o2, float& o3, float& o4, float& o5, float& o6, float& o7,
+                                  float& o8) const = 0;
 
     // A new segment of that kind (the caller owns it), or null for kinds 4
     // and 6. Unknown kinds (7 and above) fall back to Hermite until a

@@ -26,8 +26,7 @@ public:
     // without a stationary point keep time x0 and value -DBL_MAX.
     void getMinMaxTimeAndValue(float& minTime, double& minValue, float& maxTime, double& maxValue) const override;
     // The convex hull of the span's control values.
-    void getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min,
-                          double& max) const override;
+    void getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min, double& max) const override;
     double newMatchingKey(double x, float& o1, float& o2, float& o3, float& o4, float& o5, float& o6, float& o7,
                           float& o8) const override;
 
@@ -38,8 +37,8 @@ public:
     // The value at x, and the control points of both halves of the split at
     // x: first key's out-handle end, new key's in- and out-handle ends,
     // second key's in-handle end.
-    double evaluateForBezier(double x, float& o1, float& o2, float& o3, float& o4, float& o5, float& o6,
-                             float& o7, float& o8) const;
+    double evaluateForBezier(double x, float& o1, float& o2, float& o3, float& o4, float& o5, float& o6, float& o7,
+                             float& o8) const;
     // One de Casteljau step at u over p0..p3.
     void cubicBezierEvaluationAt(double u, double p0, double p1, double p2, double p3, double& q1, double& q2,
                                  double& q3, double& r1, double& r2, double& s) const;

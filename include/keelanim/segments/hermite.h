@@ -19,8 +19,7 @@ public:
     bool setTanOut(Tkeyframe* key, float x, float y) override;
     // The extremes of the equivalent Bezier; untouched for a zero-length span.
     void getMinMaxTimeAndValue(float& minTime, double& minValue, float& maxTime, double& maxValue) const override;
-    void getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min,
-                          double& max) const override;
+    void getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min, double& max) const override;
     // 0.0 with the outputs untouched for a zero-length span.
     double newMatchingKey(double x, float& o1, float& o2, float& o3, float& o4, float& o5, float& o6, float& o7,
                           float& o8) const override;
