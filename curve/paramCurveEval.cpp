@@ -127,7 +127,7 @@ bool TparamCurve::locateCached(TevalTime const& time, unsigned count, unsigned& 
     int const step = here > 0 ? 1 : -1;
     unsigned previous = cached;
     for (int reach = 1; reach <= 2; ++reach) {
-        long long const next = static_cast<long long>(cached) + step * reach;
+        long long const next = static_cast<long long>(cached) + static_cast<long long>(step) * reach;
         if (next < 0 || next >= static_cast<long long>(count)) {
             return false;
         }

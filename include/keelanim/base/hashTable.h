@@ -114,7 +114,10 @@ public:
     using ThashTable::ThashTable;
     ~TdataHashTable() override { deleteEntries(); }
 
-    static std::uint32_t hashOf(Key const& key) { return ThashUtil::hash32(&key, sizeof(Key), 0); }
+    static std::uint32_t hashOf(Key const& key)
+    {
+        return ThashUtil::hash32(&key, sizeof(Key), 0);
+    }  // NOLINT(bugprone-sizeof-expression): the key bytes
 
     // Adds the pair, or replaces the value of an existing key.
     bool insert(Key const& key, Value const& value)

@@ -298,7 +298,8 @@ public:
     // --- Statics -----------------------------------------------------------
     static thread_local TtimeValue fsTimeValue;
     // Bytes a key costs its curve: the key and its slot in the array.
-    static constexpr unsigned sfDataPerKeyframe = sizeof(Tkeyframe) + sizeof(Tkeyframe*);
+    static constexpr unsigned sfDataPerKeyframe =
+        sizeof(Tkeyframe) + sizeof(Tkeyframe*);  // NOLINT(bugprone-sizeof-expression)
     // Makes evaluation step every span (blocking-mode playback).
     static bool fsOverrideTangentsForBlockingMode;
 
