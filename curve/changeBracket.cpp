@@ -5,6 +5,7 @@
 
 #include "keelanim/curve/msgDepot.h"
 #include "keelanim/editing/keyframeHandle.h"
+#include "keelanim/prefs/prefItems.h"
 
 namespace {
 
@@ -93,10 +94,8 @@ void TparamCurve::disableAnimCurveModelUpdates()
 
 bool TparamCurve::refAnimCurvesEditable()
 {
-    // Only an item of the animation-display preference class is accepted,
-    // and that class is not part of this build yet: referenced curves are
-    // not editable unless a helper allows each change.
-    return false;
+    TprefAnim const* preference = animDisplayPreference();
+    return preference != nullptr && preference->refAnimCurvesEditable();
 }
 
 // --- Depot fronts ------------------------------------------------------------------------

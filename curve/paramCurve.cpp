@@ -4,6 +4,7 @@
 
 #include "keelanim/base/debugOutput.h"
 #include "keelanim/curve/msgDepot.h"
+#include "keelanim/prefs/prefItems.h"
 #include "keelanim/segments/animCurve.h"
 
 #include <cmath>
@@ -19,9 +20,11 @@ bool TparamCurve::fsOverrideTangentsForBlockingMode = false;
 
 TparamCurve::TparamCurve(bool floatTime)
 {
-    // New curves are weighted unless the key-tangent preference says
-    // otherwise; that preference is not part of this build yet.
+    // New curves are weighted unless the key-tangent preference says otherwise.
     fCurveFlags.set(kWeightedBit);
+    if (TprefKeyframe const* preference = keyTangentPreference()) {
+        fCurveFlags.setTo(kWeightedBit, preference->weightedTangents());
+    }
     if (floatTime) {
         fFloatKeys = new TfloatKeyframePtrArray(false, kKeyArraySizeHint);
     } else {

@@ -41,8 +41,9 @@ bool isNaNTime(TtimeValue const& time)
 
 }  // namespace
 
-void TparamCurve::keysChangedAround(unsigned index, bool)
+void TparamCurve::keysChangedAround(unsigned index, bool keepTangentsAtIndex)
 {
+    recomputeWindow(index, index, keepTangentsAtIndex ? index : kArrayFailure);
     setSpanInterpMethod(index);
     setSpanInterpMethod(index + 1);
     invalidateCache(static_cast<int>(index));
@@ -64,7 +65,7 @@ bool TparamCurve::setValue(unsigned index, double newValue)
     if (isStatic()) {
         checkStaticValueCondition(index);
     }
-    invalidateCache(static_cast<int>(index));
+    keysChangedAround(index, false);
     notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyChanged);
     change.modified();
     return true;
@@ -85,7 +86,7 @@ bool TparamCurve::setValue(unsigned index, double newValue, float aux)
     if (isStatic()) {
         checkStaticValueCondition(index);
     }
-    invalidateCache(static_cast<int>(index));
+    keysChangedAround(index, false);
     notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyChanged);
     change.modified();
     return true;
@@ -110,7 +111,7 @@ bool TparamCurve::setTime(unsigned index, TtimeValue const& time)
     }
     key->setTime(storedTime(time));
     unsigned const ordered = fTickKeys != nullptr ? fTickKeys->change(index, key) : fFloatKeys->change(index, key);
-    keysChangedAround(index, true);
+    keysChangedAround(index, false);
     notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyChanged);
     change.modified();
     return ordered == 0;
@@ -385,7 +386,9 @@ bool TparamCurve::blockAdd(TanimTime const* times, double const* values, unsigne
     if (!mergeBlock(times, values, count, in, out, firstChanged)) {
         return false;
     }
-    for (unsigned i = firstChanged; i < arrayCount(); ++i) {
+    bool const linear = in == kTangentLinear && out == kTangentLinear;
+    linear ? modifyLinearTangents(firstChanged, arrayCount() - 1) : modifySmoothTangents(firstChanged, arrayCount() - 1);
+    for (unsigned i = firstChanged > 0 ? firstChanged - 1 : 0; i < arrayCount(); ++i) {
         setSpanInterpMethod(i);
         if (isStatic()) {
             checkStaticValueCondition(i);

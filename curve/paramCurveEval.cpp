@@ -4,6 +4,7 @@
 
 #include "keelanim/base/numeric.h"
 #include "keelanim/segments/animCurve.h"
+#include "keelanim/segments/pluginInterp.h"
 
 #include <cmath>
 #include <numbers>
@@ -228,11 +229,28 @@ double TparamCurve::valueInSpan(unsigned lo, double secondsTime)
     return 0.0;
 }
 
-bool TparamCurve::evaluatedAtKey(unsigned, float, double&) const
+bool TparamCurve::evaluatedAtKey(unsigned index, float seconds, double& value)
 {
-    // Only plug-in segments evaluate at keys, through the plug-in registry,
-    // which is not part of this build yet.
-    return false;
+    Tkeyframe const* key = keyframe(index);
+    if (key == nullptr) {
+        return false;
+    }
+    TtangentType const type = key->tanOutType();  // step for a blocked key
+    if (!isPluginTangentType(type)) {
+        return false;
+    }
+    TpluginAnimCurveInterp const* plugin = TpluginAnimCurveInterpDBase::find(static_cast<unsigned>(type));
+    if (plugin == nullptr || (plugin->extra() & TpluginAnimCurveInterp::kEvaluatesAtKeys) == 0 ||
+        keyframe(index + 1) == nullptr) {
+        return false;
+    }
+    // The key starts a span of the plug-in's kind: its segment answers there.
+    setInterpolationInterval(index);
+    if (fInterpolator == nullptr || fInterpolator->interpolatorType() != static_cast<TinterpolatorType>(type)) {
+        return false;
+    }
+    value = fInterpolator->evaluate(seconds);
+    return true;
 }
 
 // --- Infinities ------------------------------------------------------------------------------------

@@ -4,6 +4,8 @@
 #include "keelanim/base/numeric.h"
 #include "keelanim/base/translator.h"
 #include "keelanim/keys/pickParts.h"
+#include "keelanim/prefs/prefItems.h"
+#include "keelanim/segments/pluginInterp.h"
 
 #include <bit>
 #include <cmath>
@@ -68,12 +70,16 @@ float auxComponent(double aux)
     return narrowUnclamped(snapToZero(aux, kValueSnap));
 }
 
-// The key-tangent preference's default types. Only an item of the
-// key-tangent preference class is accepted, and that class is not part of
-// this build yet, so the spline default always holds for now.
-bool keyTangentDefaults(TtangentType&, TtangentType&)
+// The key-tangent preference's default types, when that preference exists.
+bool keyTangentDefaults(TtangentType& in, TtangentType& out)
 {
-    return false;
+    TprefKeyframe const* preference = keyTangentPreference();
+    if (preference == nullptr) {
+        return false;
+    }
+    in = preference->inTangentType();
+    out = preference->outTangentType();
+    return true;
 }
 
 }  // namespace
@@ -354,10 +360,11 @@ void Tkeyframe::updateGlobalTangentTypes(TtangentType in, TtangentType out)
 
 bool Tkeyframe::isTangentTypeLocked(TtangentType type)
 {
-    // Only plug-in kinds can be locked, by their registration; no plug-in
-    // registry is part of this build yet, so every plug-in type is unknown.
-    (void)type;
-    return false;
+    if (!isPluginTangentType(type)) {
+        return false;
+    }
+    TpluginAnimCurveInterp const* plugin = TpluginAnimCurveInterpDBase::find(static_cast<unsigned>(type));
+    return plugin != nullptr && (plugin->extra() & TpluginAnimCurveInterp::kTypeLocked) != 0;
 }
 
 // --- Flags ---------------------------------------------------------------------

@@ -2,6 +2,8 @@
 
 #include "keelanim/base/environment.h"
 #include "keelanim/segments/bezier.h"
+#include "keelanim/segments/easeCurves.h"
+#include "keelanim/segments/pluginInterp.h"
 #include "keelanim/segments/hermite.h"
 
 namespace {
@@ -45,16 +47,15 @@ T2dAnimCurve* T2dAnimCurve::new2dAnimCurve(bool floatInput, TinterpolatorType ty
     switch (type) {
     case kInterpolatorHermite: return new T2dHermite(floatInput);
     case kInterpolatorBezier: return new T2dBezier(floatInput);
+    case kInterpolatorSine: return new T2dSine(floatInput);
+    case kInterpolatorParabolic: return new T2dParabolic(floatInput);
+    case kInterpolatorLog: return new T2dLog(floatInput);
     case kInterpolatorNone4:
     case kInterpolatorNone6: return nullptr;
-    case kInterpolatorSine:
-    case kInterpolatorParabolic:
-    case kInterpolatorLog:
-    default:
-        // Kinds whose classes are not part of this build yet, and plug-in
-        // kinds without a registry, are drawn as Hermite spans.
-        return new T2dHermite(floatInput);
+    default: break;
     }
+    T2dAnimCurve* plugin = TpluginAnimCurveInterpDBase::create(floatInput, type);
+    return plugin != nullptr ? plugin : new T2dHermite(floatInput);
 }
 
 TinterpolatorType T2dAnimCurve::desiredInterpolatorType(bool weighted, Tkeyframe const* key)

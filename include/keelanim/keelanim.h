@@ -14,6 +14,7 @@
 #include "keelanim/base/environment.h"
 #include "keelanim/base/export.h"
 #include "keelanim/base/hashTable.h"
+#include "keelanim/base/iffTag.h"
 #include "keelanim/base/messageCenter.h"
 #include "keelanim/base/metaclass.h"
 #include "keelanim/base/numeric.h"
@@ -37,6 +38,10 @@
 
 #include "keelanim/segments/animCurve.h"
 #include "keelanim/segments/bezier.h"
+#include "keelanim/segments/easeCurves.h"
 #include "keelanim/segments/hermite.h"
+#include "keelanim/segments/pluginInterp.h"
+
+#include "keelanim/prefs/prefItems.h"
 
 #include "keelanim/undo/delta.h"

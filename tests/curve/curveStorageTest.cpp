@@ -21,7 +21,7 @@ TEST(CurveConstruction, NewCurvesOfBothForms)
         EXPECT_EQ(curve.isAnimTimeCurve(), !floatTime);
         EXPECT_EQ(curve.keyframeCount(), 0u);
         EXPECT_TRUE(curve.isStatic());
-        EXPECT_TRUE(curve.isWeighted()) << "no preference: new curves are weighted";
+        EXPECT_FALSE(curve.isWeighted()) << "the key-tangent preference says unweighted";
         EXPECT_EQ(curve.curveKind(), 1u);
         EXPECT_EQ(curve.preInfinityType(), TparamCurveEnums::kConstant);
         EXPECT_EQ(curve.keyframe(0), nullptr);

@@ -4,6 +4,7 @@
 #include "keelanim/base/array.h"
 #include "keelanim/base/bitField.h"
 #include "keelanim/base/clientServer.h"
+#include "keelanim/editing/keyframeHandle.h"
 #include "keelanim/base/export.h"
 #include "keelanim/curve/curveMessages.h"
 #include "keelanim/curve/paramCurveEnums.h"
@@ -190,10 +191,37 @@ public:
     double evaluateInfinities(float seconds, bool pre);
     // Whether a plug-in segment supplies the value at this key instead of
     // the stored value.
-    bool evaluatedAtKey(unsigned index, float seconds, double& value) const;
+    bool evaluatedAtKey(unsigned index, float seconds, double& value);
     // The angle (radians) of a key's in- or out-tangent in the given display
     // scales; +-pi/2 for vertical tangents, 0 for a vanishing one.
     double tangentAngle(unsigned index, bool in, double xScale, double yScale) const;
+
+    // --- Tangents ------------------------------------------------------------
+    // Recomputes key i's tangents by the rules of its types (through the
+    // segment kind of the span it starts).
+    void modifyTangentHelper(unsigned index);
+    // False when key i does not exist. Otherwise recomputes it as its
+    // deciding type asks: the in-type when `useIn`, else the out-type (see
+    // the source for the spline and second-pass details).
+    bool tangentMethodIdentifier(unsigned index, bool useIn, bool sameSideOnly);
+    // Recomputes key i and those neighbours whose tangents follow their
+    // neighbours (every computed type).
+    void modifyTangents(unsigned index);
+    // Recomputes keys first..last and the keys just outside them.
+    void modifySmoothTangents(unsigned first, unsigned last);
+    void modifyLinearTangents(unsigned first, unsigned last);
+    // Recomputes the keys the handles name (and their neighbours).
+    void recomputeTangents(TkeyframeHandlePtrArray& handles);
+    // Sets key i's in-type (part kPickInTangentBit), out-type
+    // (kPickOutTangentBit) or both (kPickKeyBit), without a bracket; false
+    // for a bad index or part.
+    bool setTangentTypeHelper(unsigned index, TtangentType type, int part);
+    // Sets key i's types inside a change bracket and recomputes the tangents
+    // around it; false when the bracket is refused or the index is bad.
+    bool setTangentType(unsigned index, TtangentType in, TtangentType out);
+    bool setTangentType(unsigned index, TtangentType type, int part);
+    // The host's value normalisation scale (1 without one).
+    double normScaleValue() const;
 
     // --- Span segments -----------------------------------------------------
     // The held segment, made to the kind the span that starts at `key`
@@ -322,6 +350,10 @@ private:
                     unsigned& firstChanged);
     bool removeOne(unsigned index, Tkeyframe const* record);
     bool setKeyFlag(unsigned index, unsigned mask, Tkeyframe::TflagBit bit, bool on, int kind);
+    bool readsNeighbourTangents(unsigned index) const;
+    // Recomputes keys first - 1 .. last + 1 except `keep`, and the plateau
+    // keys the change reaches.
+    void recomputeWindow(unsigned first, unsigned last, unsigned keep);
     bool siblingsOrSelf(bool allChannels, TparamCurve* channels[3]);
     // The keys around `index` changed: drop the evaluation cache and renew
     // the interpolation methods of the spans that touch the key; the

@@ -62,9 +62,37 @@ public:
     virtual double newMatchingKey(double x, float& o1, float& o2, float& o3, float& o4, float& o5, float& o6, float& o7,
                                   float& o8) const = 0;
 
+    // --- Tangent rules -------------------------------------------------------
+    // Each rule sets only the sides of `key` whose effective type is its own,
+    // from the neighbours (either may be null), through setTanIn/setTanOut.
+    virtual void calculateFixedTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next);
+    virtual void calculateLinearTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next);
+    virtual void calculateFlatTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next);
+    // The spline rule belongs to each kind; the base does nothing.
+    virtual void calculateSmoothTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next);
+    virtual void calculateStepTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next);
+    virtual void calculateSlowTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next);
+    virtual void calculateFastTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next);
+    virtual void calculateClampedTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next,
+                                          TparamCurve* curve);
+    virtual void calculatePlateauTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next);
+    virtual void calculateAutoTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next);
+    virtual void calculateOldClampedTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next,
+                                             TparamCurve* curve);
+    virtual void calculateOldSmoothTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next);
+
+    // Runs the rule of the key's effective in-type, then, when it differs,
+    // the rule of its effective out-type. The rules are those of this
+    // segment kind, so a kind can supply its own spline rule.
+    void calculateTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next, TparamCurve* curve);
+    // Flattens spline-like tangents that point against their neighbour;
+    // true when it did. Without a segment, a Hermite one applies the flat rule.
+    static bool shouldBeFlat(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next,
+                             T2dAnimCurve* segment = nullptr);
+
     // A new segment of that kind (the caller owns it), or null for kinds 4
-    // and 6. Unknown kinds (7 and above) fall back to Hermite until a
-    // plug-in registry provides them.
+    // and 6. Kinds 7 and above come from the plug-in registry, and fall
+    // back to Hermite when it has none of that number.
     static T2dAnimCurve* new2dAnimCurve(bool floatInput, TinterpolatorType type);
     // The kind the span that starts at `key` wants (see the source for the
     // rules, including the "ZEVA_ANIMATION_INTERPOLATOR" hook for flat spans).
@@ -83,6 +111,18 @@ protected:
     // true when the key changed.
     static bool storeTanIn(Tkeyframe* key, float x, float y);
     static bool storeTanOut(Tkeyframe* key, float x, float y);
+    // The spline rule of Hermite spans: one pair for both sides, through the
+    // neighbours (a near-vertical slope when they almost coincide in time).
+    // Other kinds may use it as their own.
+    void applySmoothPair(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next);
+    // Sets the sides of `type` through `rule`, with those sides' types
+    // temporarily replaced by `asType`.
+    using TruleFn = void (T2dAnimCurve::*)(Tkeyframe const*, Tkeyframe*, Tkeyframe const*);
+    void runAs(TruleFn rule, TtangentType asType, bool in, bool out, Tkeyframe const* prev, Tkeyframe* key,
+               Tkeyframe const* next);
+    // Ends keys copy the opposite tangent onto the missing neighbour's side.
+    static void copyOppositeAtEnds(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next,
+                                   TtangentType type);
 
 private:
     bool fFloatInput;

@@ -1,0 +1,178 @@
+// TparamCurve: keeping every key's tangents as its tangent types ask.
+
+#include "keelanim/curve/paramCurve.h"
+
+#include "keelanim/keys/pickParts.h"
+#include "keelanim/segments/animCurve.h"
+
+namespace {
+
+bool isSmoothType(TtangentType type)
+{
+    return type == kTangentSpline || type == kTangentSmooth;
+}
+
+bool needsSecondPass(TtangentType type)
+{
+    return type == kTangentOldClamped || type == kTangentClamped || type == kTangentPlateau;
+}
+
+// Types whose tangents are computed from the neighbours.
+bool isComputed(TtangentType type)
+{
+    return type != kTangentGlobal && type != kTangentFixed && type <= kTangentAuto &&
+           !(type >= kTangentHermite && type <= kTangentLog);
+}
+
+} // namespace
+
+double TparamCurve::normScaleValue() const
+{
+    if (fHostHooksEnabled && fHostHooks.fNormalisationScale != nullptr) {
+        return fHostHooks.fNormalisationScale(fHostHooks.fOwner, this);
+    }
+    return 1.0;
+}
+
+void TparamCurve::modifyTangentHelper(unsigned index)
+{
+    Tkeyframe* key = keyframe(index);
+    if (key == nullptr) {
+        return;
+    }
+    // Keys whose types compute nothing are left alone without selecting a
+    // segment for them: most keys of a fixed or stepped curve.
+    if (!isComputed(key->tanInType()) && !isComputed(key->tanOutType())) {
+        return;
+    }
+    if (T2dAnimCurve* segment = updateInterpolator(key)) {
+        segment->calculateTangents(keyframe(index - 1), key, keyframe(index + 1), this);
+    }
+}
+
+bool TparamCurve::tangentMethodIdentifier(unsigned index, bool useIn, bool sameSideOnly)
+{
+    Tkeyframe const* key = keyframe(index);
+    if (key == nullptr) {
+        return false;
+    }
+    TtangentType const deciding = useIn ? key->tanInType() : key->tanOutType();
+    TtangentType const other = useIn ? key->tanOutType() : key->tanInType();
+    bool const secondPass = !sameSideOnly && needsSecondPass(other);
+    if (!isComputed(deciding) && deciding != kTangentFixed) {
+        return true;
+    }
+    if (!isSmoothType(deciding)) {
+        modifyTangentHelper(index);
+        return true;
+    }
+    if (!sameSideOnly || !isSmoothType(other)) {
+        modifyTangentHelper(index);
+        if (secondPass) {
+            modifyTangentHelper(index);
+        }
+    }
+    return true;
+}
+
+bool TparamCurve::readsNeighbourTangents(unsigned index) const
+{
+    Tkeyframe const* key = keyframe(index);
+    return key != nullptr && (key->tanInType() == kTangentPlateau || key->tanOutType() == kTangentPlateau);
+}
+
+void TparamCurve::modifyTangents(unsigned index)
+{
+    if (keyframe(index) == nullptr) {
+        return;
+    }
+    modifySmoothTangents(index, index);
+}
+
+void TparamCurve::modifySmoothTangents(unsigned first, unsigned last)
+{
+    recomputeWindow(first, last, kArrayFailure);
+}
+
+void TparamCurve::recomputeWindow(unsigned first, unsigned last, unsigned keep)
+{
+    unsigned const count = arrayCount();
+    if (count == 0 || first >= count) {
+        return;
+    }
+    last = last < count ? last : count - 1;
+    unsigned const from = first > 0 ? first - 1 : 0;
+    unsigned const to = last + 1 < count ? last + 1 : last;
+    for (unsigned i = from; i <= to; ++i) {
+        if (i != keep) {
+            modifyTangentHelper(i);
+        }
+    }
+    // Plateau keys bound their spans with their neighbours' tangents: the
+    // change travels on through runs of them.
+    for (unsigned i = to + 1; i < count && readsNeighbourTangents(i); ++i) {
+        modifyTangentHelper(i);
+    }
+    for (unsigned i = from; i-- > 0 && readsNeighbourTangents(i);) {
+        modifyTangentHelper(i);
+    }
+}
+
+void TparamCurve::modifyLinearTangents(unsigned first, unsigned last)
+{
+    // Linear tangents follow the same neighbours as every other computed
+    // type; one recomputation serves both.
+    modifySmoothTangents(first, last);
+}
+
+void TparamCurve::recomputeTangents(TkeyframeHandlePtrArray& handles)
+{
+    for (TkeyframeHandle* handle : handles) {
+        int const index = handle != nullptr ? handle->index() : -1;
+        if (index >= 0) {
+            modifyTangents(static_cast<unsigned>(index));
+        }
+    }
+}
+
+bool TparamCurve::setTangentTypeHelper(unsigned index, TtangentType type, int part)
+{
+    Tkeyframe* key = keyframe(index);
+    if (key == nullptr || part < kPickKeyBit || part > kPickOutTangentBit) {
+        return false;
+    }
+    if (part != kPickOutTangentBit) {
+        key->setTanInType(type);
+    }
+    if (part != kPickInTangentBit) {
+        key->setTanOutType(type);
+    }
+    return true;
+}
+
+bool TparamCurve::setTangentType(unsigned index, TtangentType in, TtangentType out)
+{
+    Tkeyframe* key = keyframe(index);
+    if (key == nullptr || !beginChange(kChangeTangentType)) {
+        return false;
+    }
+    setTangentTypeHelper(index, in, kPickInTangentBit);
+    setTangentTypeHelper(index, out, kPickOutTangentBit);
+    keysChangedAround(index, false);
+    notifyClientsOfChange(key, TparamCurveModifiedMsg::kTangentChanged);
+    endChange(true);
+    return true;
+}
+
+bool TparamCurve::setTangentType(unsigned index, TtangentType type, int part)
+{
+    Tkeyframe* key = keyframe(index);
+    if (key == nullptr || part < kPickKeyBit || part > kPickOutTangentBit || !beginChange(kChangeTangentType)) {
+        return false;
+    }
+    setTangentTypeHelper(index, type, part);
+    keysChangedAround(index, false);
+    notifyClientsOfChange(key, TparamCurveModifiedMsg::kTangentChanged);
+    endChange(true);
+    return true;
+}
