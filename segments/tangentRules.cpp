@@ -152,6 +152,13 @@ void T2dAnimCurve::calculateTangents(Tkeyframe const* prev, Tkeyframe* key, Tkey
     TtangentType const out = effectiveTanOutType(*key);
     if (out != in) {
         dispatch(out);
+        // An end key of the clamped family copies its out-tangent onto its
+        // missing in-side; that copy must see the out-tangent just computed,
+        // or a second recomputation would change the key again.
+        bool const copiesOut = in == kTangentOldClamped || in == kTangentClamped || in == kTangentPlateau;
+        if (copiesOut && prev == nullptr) {
+            dispatch(in);
+        }
     }
 }
 

@@ -1,0 +1,111 @@
+#include "smoothstepInterpolator.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+
+int sMade = 0;
+
+void* makeHermite(bool floatInput, TpluginAnimCurveInterp const*)
+{
+    ++sMade;
+    return new T2dHermite(floatInput);
+}
+
+void* usable()
+{
+    return &sMade;
+}
+
+class PluginRegistry : public ::testing::Test {
+protected:
+    void TearDown() override { TpluginAnimCurveInterpDBase::removeAll(); }
+};
+
+TEST_F(PluginRegistry, LookupsOnAFreshRegistryFindNothing)
+{
+    TpluginAnimCurveInterpDBase::removeAll();
+    EXPECT_EQ(TpluginAnimCurveInterpDBase::find(20u), nullptr);
+    EXPECT_EQ(TpluginAnimCurveInterpDBase::find(Tstring("anything")), nullptr);
+    EXPECT_EQ(TpluginAnimCurveInterpDBase::create(true, 20), nullptr);
+}
+
+TEST_F(PluginRegistry, NumbersAreUnique)
+{
+    TpluginAnimCurveInterp* first = TpluginAnimCurveInterpDBase::add("a", TiffTag(20), 0, &makeHermite, &usable);
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(TpluginAnimCurveInterpDBase::add("b", TiffTag(20), 0, &makeHermite, &usable), nullptr);
+    EXPECT_EQ(TpluginAnimCurveInterpDBase::find(Tstring("a")), first);
+    EXPECT_EQ(TpluginAnimCurveInterpDBase::find(TiffTag(20)), first);
+    TpluginAnimCurveInterpDBase::add("c", TiffTag(21), 0, &makeHermite, &usable);
+    TpluginAnimCurveInterpPtrArray listed;
+    listed.addLast(nullptr);
+    EXPECT_TRUE(TpluginAnimCurveInterpDBase::getAnimCurveInterpList(listed));
+    ASSERT_EQ(listed.count(), 2u);
+    EXPECT_EQ(listed[0], first) << "registration order";
+}
+
+TEST_F(PluginRegistry, RemovalIsByNumber)
+{
+    TpluginAnimCurveInterpDBase::add("a", TiffTag(20), 0, &makeHermite, &usable);
+    TpluginAnimCurveInterp stranger("other", TiffTag(20), 0, nullptr, nullptr);
+    EXPECT_TRUE(TpluginAnimCurveInterpDBase::remove(&stranger));
+    EXPECT_EQ(TpluginAnimCurveInterpDBase::find(20u), nullptr);
+    EXPECT_FALSE(TpluginAnimCurveInterpDBase::remove(&stranger));
+    EXPECT_FALSE(TpluginAnimCurveInterpDBase::remove(nullptr));
+}
+
+TEST_F(PluginRegistry, KindsWithoutASecondFunctionFallBackToHermite)
+{
+    TpluginAnimCurveInterpDBase::add("broken", TiffTag(22), 0, &makeHermite, nullptr);
+    sMade = 0;
+    std::unique_ptr<T2dAnimCurve> segment(T2dAnimCurve::new2dAnimCurve(true, static_cast<TinterpolatorType>(22)));
+    ASSERT_NE(segment, nullptr);
+    EXPECT_EQ(segment->interpolatorType(), kInterpolatorHermite);
+    EXPECT_EQ(sMade, 0) << "the create function was never called";
+}
+
+TEST_F(PluginRegistry, LockedTypesAreLeftAloneByTheRules)
+{
+    TpluginAnimCurveInterpDBase::add("locked", TiffTag(23), TpluginAnimCurveInterp::kTypeLocked, &makeHermite,
+                                     &usable);
+    EXPECT_TRUE(Tkeyframe::isTangentTypeLocked(static_cast<TtangentType>(23)));
+    EXPECT_FALSE(Tkeyframe::isTangentTypeLocked(static_cast<TtangentType>(24)));
+    EXPECT_FALSE(Tkeyframe::isTangentTypeLocked(kTangentSpline));
+}
+
+TEST_F(PluginRegistry, ExampleSmoothstepKindDrivesSpans)
+{
+    ASSERT_TRUE(registerSmoothstepInterpolator());
+    EXPECT_FALSE(registerSmoothstepInterpolator()) << "the number is taken";
+    TparamCurve curve(true);
+    curve.add(Tkeyframe(0.0f, 0.0, kTangentFixed, static_cast<TtangentType>(kSmoothstepKind)));
+    curve.add(Tkeyframe(2.0f, 4.0, kTangentFixed, kTangentFixed));
+    EXPECT_NEAR(curve.evaluate(1.0f), 2.0, 1e-12) << "smoothstep passes the middle at half height";
+    EXPECT_NEAR(curve.evaluate(0.5f), 4.0 * (0.25 * 0.25 * 0.25 * (0.25 * (0.25 * 6 - 15) + 10)), 1e-12);
+    ASSERT_NE(curve.interpolator(), nullptr);
+    EXPECT_EQ(curve.interpolator()->interpolatorName(), "smoothstep");
+
+    Tstring command;
+    TprefKeyframe preference;
+    preference.setInTangentType(static_cast<TtangentType>(kSmoothstepKind));
+    preference.commandString(command);
+    EXPECT_EQ(command, "keyTangent -global -inTangentType smoothstep -outTangentType spline -weightedTangents false;");
+}
+
+TEST_F(PluginRegistry, EvaluateAtKeyFlagLetsThePluginAnswerAtItsKeys)
+{
+    ASSERT_TRUE(registerSmoothstepInterpolator(true));
+    TparamCurve curve(true);
+    curve.add(Tkeyframe(0.0f, 1.0, kTangentFixed, static_cast<TtangentType>(kSmoothstepKind)));
+    curve.add(Tkeyframe(1.0f, 3.0, kTangentFixed, kTangentFixed));
+    double value = 0;
+    EXPECT_TRUE(curve.evaluatedAtKey(0, 0.0f, value));
+    EXPECT_EQ(value, 1.0);
+    EXPECT_FALSE(curve.evaluatedAtKey(1, 1.0f, value)) << "not a plug-in key";
+    EXPECT_FALSE(curve.evaluatedAtKey(9, 1.0f, value));
+}
+
+}  // namespace

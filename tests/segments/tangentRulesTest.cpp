@@ -1,0 +1,258 @@
+#include "support/museum.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+namespace {
+
+constexpr float kExactTangent = 1e-6f;
+
+struct Tangents {
+    float fInX, fInY, fOutX, fOutY;
+};
+
+Tangents tangentsOf(TparamCurve const& curve, unsigned index)
+{
+    Tangents t{};
+    curve.keyframe(index)->getTanIn(t.fInX, t.fInY);
+    curve.keyframe(index)->getTanOut(t.fOutX, t.fOutY);
+    return t;
+}
+
+// A curve of keys at (time, value) with one tangent type on both sides;
+// weighted curves keep tangent lengths, so vectors compare exactly.
+std::unique_ptr<TparamCurve> typedCurve(bool weighted, std::vector<std::pair<float, double>> const& keys,
+                                        TtangentType type)
+{
+    auto curve = std::make_unique<TparamCurve>(true);
+    curve->setCurveFlag(TparamCurve::kWeightedBit, weighted);
+    for (auto const& [t, v] : keys) {
+        curve->add(Tkeyframe(t, v, type, type));
+    }
+    return curve;
+}
+
+void expectTangents(TparamCurve const& curve, unsigned index, Tangents want, char const* what)
+{
+    Tangents const got = tangentsOf(curve, index);
+    EXPECT_NEAR(got.fInX, want.fInX, kExactTangent) << what << " in x";
+    EXPECT_NEAR(got.fInY, want.fInY, kExactTangent) << what << " in y";
+    EXPECT_NEAR(got.fOutX, want.fOutX, kExactTangent) << what << " out x";
+    EXPECT_NEAR(got.fOutY, want.fOutY, kExactTangent) << what << " out y";
+}
+
+TEST(TangentRules, LinearPointsAtTheNeighbours)
+{
+    auto lone = typedCurve(true, {{1.0f, 5.0}}, kTangentLinear);
+    expectTangents(*lone, 0, {1, 0, 1, 0}, "lone linear key");
+    auto three = typedCurve(true, {{0.0f, 0.0}, {1.0f, 2.0}, {3.0f, 1.0}}, kTangentLinear);
+    expectTangents(*three, 1, {1, 2, 2, -1}, "middle key");
+    expectTangents(*three, 0, {1, 0, 1, 2}, "first key");
+}
+
+TEST(TangentRules, FlatKeepsTheSpanLengths)
+{
+    auto lone = typedCurve(true, {{1.0f, 5.0}}, kTangentFlat);
+    expectTangents(*lone, 0, {0, 0, 0, 0}, "lone flat key");
+    auto three = typedCurve(true, {{0.0f, 0.0}, {1.0f, 2.0}, {3.0f, 1.0}}, kTangentFlat);
+    expectTangents(*three, 1, {1, 0, 2, 0}, "middle key");
+    expectTangents(*three, 0, {1, 0, 1, 0}, "first key takes its only side's length");
+}
+
+TEST(TangentRules, StepTangentsVanish)
+{
+    auto curve = typedCurve(true, {{0.0f, 0.0}, {1.0f, 2.0}}, kTangentStep);
+    expectTangents(*curve, 0, {0, 0, 0, 0}, "step");
+    auto next = typedCurve(true, {{0.0f, 0.0}, {1.0f, 2.0}}, kTangentStepNext);
+    expectTangents(*next, 1, {0, 0, 0, 0}, "step next");
+}
+
+TEST(TangentRules, SlowAndFastAlwaysRise)
+{
+    auto slow = typedCurve(true, {{0.0f, 5.0}, {1.0f, 2.0}, {3.0f, -1.0}}, kTangentSlow);
+    expectTangents(*slow, 1, {1, 0.5772f, 2, 2 * 0.5772f}, "slow on a falling curve");
+    expectTangents(*slow, 0, {1, 0.5772f, 1, 0.5772f}, "one neighbour: both sides use its candidate");
+    auto fast = typedCurve(true, {{0.0f, 0.0}, {2.0f, 1.0}}, kTangentFast);
+    expectTangents(*fast, 1, {2, 2 * 1.732f, 2, 2 * 1.732f}, "fast end key");
+}
+
+TEST(TangentRules, AutoTakesTheGentlestAgreeingSlope)
+{
+    auto rising = typedCurve(true, {{0.0f, 0.0}, {1.0f, 1.0}, {2.0f, 3.0}}, kTangentAuto);
+    expectTangents(*rising, 1, {1, 1.5f, 1, 1.5f}, "sIn 3, sOut 6, chord 1.5");
+    auto peak = typedCurve(true, {{0.0f, 0.0}, {1.0f, 1.0}, {2.0f, 0.0}}, kTangentAuto);
+    expectTangents(*peak, 1, {1, 0, 1, 0}, "signs differ: flat");
+    expectTangents(*peak, 0, {1, 0, 1, 0}, "an end key is flat");
+}
+
+TEST(TangentRules, SplineOnHermiteAndBezierSpans)
+{
+    auto hermite = typedCurve(false, {{0.0f, 0.0}, {1.0f, 1.0}, {2.0f, 3.0}}, kTangentSpline);
+    Tangents const h = tangentsOf(*hermite, 1);
+    EXPECT_NEAR(h.fInY / h.fInX, 1.5, 1e-6) << "the chord slope";
+    EXPECT_NEAR(h.fInX * h.fInX + h.fInY * h.fInY, 1.0, 1e-6) << "Hermite tangents are unit vectors";
+    auto bezier = typedCurve(true, {{0.0f, 0.0}, {1.0f, 1.0}, {3.0f, 3.0}}, kTangentSpline);
+    expectTangents(*bezier, 1, {1, 1, 2, 2}, "weighted: each side as long as its span");
+    auto close = typedCurve(false, {{1.0f, 0.0}, {1.00002f, 1.0}, {1.00004f, 3.0}}, kTangentSpline);
+    Tangents const v = tangentsOf(*close, 1);
+    EXPECT_EQ(v.fInX, 0.0f) << "neighbours closer than 1e-4 s: near vertical";
+    EXPECT_EQ(v.fInY, 1.0f);
+}
+
+TEST(TangentRules, OldSmoothKeepsItsTypeWithSplineTangents)
+{
+    auto curve = typedCurve(true, {{0.0f, 0.0}, {1.0f, 1.0}, {3.0f, 3.0}}, kTangentSmooth);
+    expectTangents(*curve, 1, {1, 1, 2, 2}, "old smooth");
+    EXPECT_EQ(curve->keyframe(1)->storedTanInType(), kTangentSmooth);
+}
+
+TEST(TangentRules, ClampedFlattensBesideNearlyEqualValues)
+{
+    auto curve = typedCurve(true, {{0.0f, 1.0}, {1.0f, 1.04}, {2.0f, 3.0}}, kTangentClamped);
+    expectTangents(*curve, 1, {1, 0, 1, 0}, "within 0.05 of the previous value: flat both sides");
+    EXPECT_EQ(curve->keyframe(1)->storedTanOutType(), kTangentClamped) << "types are restored";
+    auto far = typedCurve(true, {{0.0f, 0.0}, {1.0f, 1.0}, {3.0f, 3.0}}, kTangentClamped);
+    expectTangents(*far, 1, {1, 1, 2, 2}, "far from both: spline");
+
+    // A host scale of 10 shrinks the threshold to 0.005.
+    TparamCurve::ThostHooks hooks;
+    hooks.fNormalisationScale = [](void*, TparamCurve const*) { return 10.0; };
+    auto scaled = std::make_unique<TparamCurve>(true);
+    scaled->setCurveFlag(TparamCurve::kWeightedBit, true);
+    scaled->setHostHooks(hooks, true);
+    for (auto const& [t, v] : std::vector<std::pair<float, double>>{{0.0f, 1.0}, {1.0f, 1.04}, {2.0f, 3.0}}) {
+        scaled->add(Tkeyframe(t, v, kTangentClamped, kTangentClamped));
+    }
+    Tangents const s = tangentsOf(*scaled, 1);
+    EXPECT_GT(s.fInY, 0.0f) << "0.04 is now far enough for a spline";
+}
+
+TEST(TangentRules, OldClampedLooksAtEachNeighbourAlone)
+{
+    auto curve = typedCurve(true, {{0.0f, 1.0}, {1.0f, 1.04}, {2.0f, 3.0}}, kTangentOldClamped);
+    Tangents const t = tangentsOf(*curve, 1);
+    EXPECT_EQ(t.fInY, 0.0f) << "flat toward the near value";
+    EXPECT_GT(t.fOutY, 0.0f) << "smooth toward the far one";
+}
+
+TEST(TangentRules, PlateauFlattensEndsExtremesAndOvershoot)
+{
+    auto curve = typedCurve(true, {{0.0f, 0.0}, {1.0f, 2.0}, {2.0f, 3.0}, {3.0f, 1.0}, {4.0f, 5.0}}, kTangentPlateau);
+    EXPECT_EQ(tangentsOf(*curve, 0).fOutY, 0.0f) << "first key";
+    EXPECT_EQ(tangentsOf(*curve, 4).fInY, 0.0f) << "last key";
+    EXPECT_EQ(tangentsOf(*curve, 2).fInY, 0.0f) << "a peak";
+    EXPECT_EQ(tangentsOf(*curve, 3).fInY, 0.0f) << "a valley";
+    Tangents const rising = tangentsOf(*curve, 1);
+    EXPECT_GT(rising.fOutY, 0.0f) << "between a lower and a higher neighbour without overshoot";
+}
+
+TEST(TangentRules, BlockingModeStepsTickKeys)
+{
+    Tkeyframe::fsOverrideTangentsForBlockingMode = true;
+    auto curve = std::make_unique<TparamCurve>(false);
+    curve->add(Tkeyframe(TanimTime::fromTicks(0), 0.0, kTangentLinear, kTangentLinear));
+    curve->add(Tkeyframe(TanimTime::fromTicks(6000), 2.0, kTangentLinear, kTangentLinear));
+    Tkeyframe::fsOverrideTangentsForBlockingMode = false;
+    Tangents const t = tangentsOf(*curve, 0);
+    EXPECT_EQ(t.fOutX, 0.0f) << "the step rule ran";
+    EXPECT_EQ(t.fOutY, 0.0f);
+    curve->modifyTangents(0);
+    EXPECT_GT(tangentsOf(*curve, 0).fOutY, 0.0f) << "linear again once the override is off";
+}
+
+TEST(TangentRules, ShouldBeFlatCorrectsBackwardTangents)
+{
+    Tkeyframe prev(0.0f, 0.0, kTangentFixed, kTangentFixed);
+    Tkeyframe next(2.0f, 2.0, kTangentFixed, kTangentFixed);
+    Tkeyframe key(1.0f, 1.0, kTangentSpline, kTangentFixed);
+    key.setTanIn(1.0f, -0.5f);  // points down while the curve rises
+    key.setTanOut(1.0f, 0.7f);
+    EXPECT_TRUE(T2dAnimCurve::shouldBeFlat(&prev, &key, &next));
+    float x = 0;
+    float y = 0;
+    key.getTanIn(x, y);
+    EXPECT_EQ(y, 0.0f);
+    key.getTanOut(x, y);
+    EXPECT_EQ(y, 0.7f) << "the fixed side keeps its tangent";
+    EXPECT_EQ(key.storedTanInType(), kTangentSpline);
+    EXPECT_TRUE(T2dAnimCurve::shouldBeFlat(&prev, &key, &next)) << "a flat tangent on a rise still counts as wrong";
+    key.getTanIn(x, y);
+    EXPECT_EQ(y, 0.0f) << "and stays flat";
+    EXPECT_FALSE(T2dAnimCurve::shouldBeFlat(nullptr, &key, nullptr));
+    EXPECT_FALSE(T2dAnimCurve::shouldBeFlat(&prev, nullptr, &next));
+}
+
+TEST(TangentRules, TypesWithoutARuleLeaveTangentsAlone)
+{
+    auto curve = typedCurve(true, {{0.0f, 0.0}, {1.0f, 1.0}}, kTangentFixed);
+    curve->keyframe(0)->setTanOut(2.0f, 9.0f);
+    curve->setTangentType(0, static_cast<TtangentType>(40), static_cast<TtangentType>(40000));
+    Tangents const t = tangentsOf(*curve, 0);
+    EXPECT_EQ(t.fOutY, 9.0f);
+    EXPECT_FALSE(curve->setTangentType(5, kTangentFlat, kTangentFlat));
+    EXPECT_FALSE(curve->setTangentType(0, kTangentFlat, 7));
+    EXPECT_TRUE(curve->setTangentType(0, kTangentFlat, kPickOutTangentBit));
+    EXPECT_EQ(tangentsOf(*curve, 0).fOutY, 0.0f);
+    EXPECT_EQ(curve->keyframe(0)->storedTanInType(), 40) << "only the out side changed";
+}
+
+// After any edit, every key whose type follows its neighbours holds what its
+// rule gives: recomputing it changes nothing.
+TEST(TangentRecomputation, EveryEditLeavesEveryKeyAsItsRuleGives)
+{
+    TtangentType const types[] = {kTangentFixed,   kTangentLinear, kTangentFlat,       kTangentSmooth,
+                                  kTangentStep,    kTangentSlow,   kTangentFast,       kTangentOldClamped,
+                                  kTangentSpline,  kTangentClamped, kTangentStepNext,  kTangentAuto};
+    std::mt19937 random(23);
+    auto anyType = [&] { return types[random() % std::size(types)]; };
+    std::uniform_real_distribution<float> time(0.0f, 20.0f);
+    std::uniform_real_distribution<double> value(-5.0, 5.0);
+    for (int sequence = 0; sequence < 60; ++sequence) {
+        TparamCurve curve(true);
+        curve.setCurveFlag(TparamCurve::kWeightedBit, sequence % 2 == 0);
+        for (int edit = 0; edit < 40; ++edit) {
+            unsigned const n = curve.keyframeCount();
+            unsigned const at = n > 0 ? unsigned(random() % n) : 0;
+            switch (random() % 7) {
+            case 0: curve.add(Tkeyframe(time(random), value(random), anyType(), anyType())); break;
+            case 1: curve.insertKey(Tkeyframe(time(random), value(random), anyType(), anyType()), false); break;
+            case 2: curve.remove(at); break;
+            case 3: curve.setValue(at, value(random)); break;
+            case 4: curve.setTangentType(at, anyType(), anyType()); break;
+            case 5: {
+                float const lo = at > 0 ? curve.seconds(at - 1) : -1.0f;
+                float const hi = at + 1 < n ? curve.seconds(at + 1) : 21.0f;
+                curve.setTime(at, TtimeValue(lo + (hi - lo) * 0.5f));
+                break;
+            }
+            default: {
+                TanimTimeArray times;
+                TdoubleArray values;
+                for (int k = 0; k < 3; ++k) {
+                    times.addLast(TanimTime(time(random), kSeconds));
+                    values.addLast(value(random));
+                }
+                curve.blockAdd(times, values, anyType(), anyType());
+                break;
+            }
+            }
+            TparamCurve recomputed(curve);
+            for (unsigned i = 0; i < recomputed.keyframeCount(); ++i) {
+                recomputed.modifyTangentHelper(i);
+                Tangents const want = tangentsOf(recomputed, i);
+                Tangents const got = tangentsOf(curve, i);
+                ASSERT_EQ(got.fInX, want.fInX) << "sequence " << sequence << " edit " << edit << " key " << i << " types "
+                                               << curve.keyframe(i)->storedTanInType() << "/"
+                                               << curve.keyframe(i)->storedTanOutType() << " of " << curve.keyframeCount();
+                ASSERT_EQ(got.fInY, want.fInY);
+                ASSERT_EQ(got.fOutX, want.fOutX);
+                ASSERT_EQ(got.fOutY, want.fOutY);
+                ASSERT_TRUE(std::isfinite(got.fInY) && std::isfinite(got.fOutY)) << "no NaN tangent";
+            }
+        }
+    }
+}
+
+}  // namespace
