@@ -387,7 +387,8 @@ bool TparamCurve::blockAdd(TanimTime const* times, double const* values, unsigne
         return false;
     }
     bool const linear = in == kTangentLinear && out == kTangentLinear;
-    linear ? modifyLinearTangents(firstChanged, arrayCount() - 1) : modifySmoothTangents(firstChanged, arrayCount() - 1);
+    linear ? modifyLinearTangents(firstChanged, arrayCount() - 1)
+           : modifySmoothTangents(firstChanged, arrayCount() - 1);
     for (unsigned i = firstChanged > 0 ? firstChanged - 1 : 0; i < arrayCount(); ++i) {
         setSpanInterpMethod(i);
         if (isStatic()) {

@@ -24,7 +24,7 @@ bool isComputed(TtangentType type)
            !(type >= kTangentHermite && type <= kTangentLog);
 }
 
-} // namespace
+}  // namespace
 
 double TparamCurve::normScaleValue() const
 {

@@ -3,6 +3,8 @@
 // heard, and curves of every span kind evaluated across their keys and into
 // every infinity type.
 
+#include "smoothstepInterpolator.h"
+
 #include <keelanim/keelanim.h>
 
 #include <cstdio>
@@ -170,6 +172,51 @@ void showEvaluation()
     }
 }
 
+void showTangentTypes()
+{
+    struct Named {
+        TtangentType fType;
+        char const* fName;
+    };
+    Named const types[] = {
+        {kTangentFixed, "fixed"},        {kTangentLinear, "linear"},
+        {kTangentFlat, "flat"},          {kTangentStep, "step"},
+        {kTangentSlow, "slow"},          {kTangentFast, "fast"},
+        {kTangentSpline, "spline"},      {kTangentClamped, "clamped"},
+        {kTangentPlateau, "plateau"},    {kTangentAuto, "auto"},
+        {kTangentStepNext, "step next"}, {static_cast<TtangentType>(kSmoothstepKind), "smoothstep (plug-in)"}};
+    registerSmoothstepInterpolator();
+    std::printf("\none curve per tangent type, keys (0, 0) (1, 1) (2, 3.02) (3, 3), values at the quarter "
+                "seconds and the middle keys' out-tangents:\n");
+    for (Named const& named : types) {
+        TparamCurve curve(true);
+        double const values[] = {0.0, 1.0, 3.02, 3.0};
+        for (int i = 0; i < 4; ++i) {
+            curve.add(Tkeyframe(float(i), values[i], named.fType, named.fType));
+        }
+        std::printf("  %-20s", named.fName);
+        for (float t : {0.25f, 1.25f, 2.25f}) {
+            std::printf(" %8.4f", curve.evaluate(t));
+        }
+        for (unsigned i = 1; i <= 2; ++i) {
+            float x = 0;
+            float y = 0;
+            curve.keyframe(i)->getTanOut(x, y);
+            std::printf("  (%.3f, %.3f)", double(x), double(y));
+        }
+        std::printf("\n");
+    }
+    Tstring commands;
+    if (TprefKeyframe* keyTangent = keyTangentPreference()) {
+        keyTangent->commandString(commands);
+    }
+    commands.appendChar('\n');
+    if (TprefAnim* anim = animDisplayPreference()) {
+        anim->commandString(commands);
+    }
+    std::printf("\npreferences as commands:\n%s\n", commands.asChar());
+}
+
 }  // namespace
 
 int main()
@@ -178,5 +225,6 @@ int main()
     showContainers();
     showCurves();
     showEvaluation();
+    showTangentTypes();
     return 0;
 }

@@ -17,7 +17,7 @@ void* kindIsUsable()
     return reinterpret_cast<void*>(&makeSmoothstep);
 }
 
-} // namespace
+}  // namespace
 
 bool registerSmoothstepInterpolator(bool evaluatesAtKeys)
 {
@@ -52,16 +52,14 @@ bool TsmoothstepCurve::setTanOut(Tkeyframe* key, float x, float y)
     return key != nullptr && key->setTanOut(std::max(x, 0.0f), y);
 }
 
-void TsmoothstepCurve::getMinMaxTimeAndValue(float& minTime, double& minValue, float& maxTime,
-                                             double& maxValue) const
+void TsmoothstepCurve::getMinMaxTimeAndValue(float& minTime, double& minValue, float& maxTime, double& maxValue) const
 {
     // Monotonic between its keys: no stationary point inside.
     minTime = maxTime = static_cast<float>(fX0);
     minValue = maxValue = -DBL_MAX;
 }
 
-void TsmoothstepCurve::getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min,
-                                        double& max) const
+void TsmoothstepCurve::getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min, double& max) const
 {
     if (first != nullptr && second != nullptr) {
         min = std::min({min, first->value(), second->value()});
@@ -69,8 +67,7 @@ void TsmoothstepCurve::getBoundingValue(Tkeyframe const* first, Tkeyframe const*
     }
 }
 
-double TsmoothstepCurve::newMatchingKey(double, float&, float&, float&, float&, float&, float&, float&,
-                                        float&) const
+double TsmoothstepCurve::newMatchingKey(double, float&, float&, float&, float&, float&, float&, float&, float&) const
 {
     return 0.0;  // a smoothstep span cannot be split into two smoothstep spans
 }

@@ -26,8 +26,7 @@ public:
     bool setTanIn(Tkeyframe* key, float x, float y) override;
     bool setTanOut(Tkeyframe* key, float x, float y) override;
     void getMinMaxTimeAndValue(float& minTime, double& minValue, float& maxTime, double& maxValue) const override;
-    void getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min,
-                          double& max) const override;
+    void getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min, double& max) const override;
     double newMatchingKey(double x, float& o1, float& o2, float& o3, float& o4, float& o5, float& o6, float& o7,
                           float& o8) const override;
 

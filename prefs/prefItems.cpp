@@ -36,7 +36,7 @@ template <class Item> Item* preferenceOfClass(int id)
     return keelCast<Item>(item);
 }
 
-} // namespace
+}  // namespace
 
 TgeometryBasket* TgeometryBasket::fsInstance = nullptr;
 

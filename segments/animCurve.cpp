@@ -3,8 +3,8 @@
 #include "keelanim/base/environment.h"
 #include "keelanim/segments/bezier.h"
 #include "keelanim/segments/easeCurves.h"
-#include "keelanim/segments/pluginInterp.h"
 #include "keelanim/segments/hermite.h"
+#include "keelanim/segments/pluginInterp.h"
 
 namespace {
 

@@ -11,12 +11,12 @@ constexpr double kTwoOverPi = 0.6366197723675814;
 constexpr double kOneMinusTwoOverPi = 0.3633802276324186;
 constexpr double kUnitBaseTolerance = 1e-10;
 
-} // namespace
+}  // namespace
 
 // --- Shared --------------------------------------------------------------------------
 
-void T2dEaseCurve::create(TparamCurve*, unsigned, double x0, double y0, double& x1, double& y1, double& x2,
-                          double& y2, double x3, double y3, bool)
+void T2dEaseCurve::create(TparamCurve*, unsigned, double x0, double y0, double& x1, double& y1, double& x2, double& y2,
+                          double x3, double y3, bool)
 {
     fX0 = x0;
     fY0 = y0;
@@ -85,8 +85,7 @@ void T2dEaseCurve::getMinMaxTimeAndValue(float& minTime, double& minValue, float
     minValue = maxValue = -DBL_MAX;
 }
 
-void T2dEaseCurve::getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min,
-                                    double& max) const
+void T2dEaseCurve::getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min, double& max) const
 {
     if (first == nullptr || second == nullptr) {
         return;

@@ -4,7 +4,7 @@
 
 namespace {
 constexpr unsigned kInitialCapacity = 8;
-} // namespace
+}  // namespace
 
 TpluginAnimCurveInterpPtrArray* TpluginAnimCurveInterpDBase::interpList = nullptr;
 

@@ -58,12 +58,12 @@ double autoSlope(double in, double out, double chord)
     return signOf(chord) * smallest;
 }
 
-} // namespace
+}  // namespace
 
 // --- Helpers -----------------------------------------------------------------------------
 
-void T2dAnimCurve::runAs(TruleFn rule, TtangentType asType, bool in, bool out, Tkeyframe const* prev,
-                         Tkeyframe* key, Tkeyframe const* next)
+void T2dAnimCurve::runAs(TruleFn rule, TtangentType asType, bool in, bool out, Tkeyframe const* prev, Tkeyframe* key,
+                         Tkeyframe const* next)
 {
     TtangentType const storedIn = key->storedTanInType();
     TtangentType const storedOut = key->storedTanOutType();
@@ -78,8 +78,7 @@ void T2dAnimCurve::runAs(TruleFn rule, TtangentType asType, bool in, bool out, T
     key->setTanOutType(storedOut);
 }
 
-void T2dAnimCurve::copyOppositeAtEnds(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next,
-                                      TtangentType type)
+void T2dAnimCurve::copyOppositeAtEnds(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next, TtangentType type)
 {
     float x = 0.0f;
     float y = 0.0f;
@@ -123,8 +122,7 @@ void T2dAnimCurve::applySmoothPair(Tkeyframe const* prev, Tkeyframe* key, Tkeyfr
 
 // --- Dispatch ------------------------------------------------------------------------------
 
-void T2dAnimCurve::calculateTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next,
-                                     TparamCurve* curve)
+void T2dAnimCurve::calculateTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next, TparamCurve* curve)
 {
     if (key == nullptr) {
         return;
@@ -173,12 +171,14 @@ void T2dAnimCurve::calculateLinearTangents(Tkeyframe const* prev, Tkeyframe* key
     double const t = keySeconds(*key);
     double const v = key->value();
     if (inIs(key, kTangentLinear)) {
-        prev != nullptr ? setTanIn(key, static_cast<float>(t - keySeconds(*prev)), static_cast<float>(v - prev->value()))
-                        : setTanIn(key, 1.0f, 0.0f);
+        prev != nullptr
+            ? setTanIn(key, static_cast<float>(t - keySeconds(*prev)), static_cast<float>(v - prev->value()))
+            : setTanIn(key, 1.0f, 0.0f);
     }
     if (outIs(key, kTangentLinear)) {
-        next != nullptr ? setTanOut(key, static_cast<float>(keySeconds(*next) - t), static_cast<float>(next->value() - v))
-                        : setTanOut(key, 1.0f, 0.0f);
+        next != nullptr
+            ? setTanOut(key, static_cast<float>(keySeconds(*next) - t), static_cast<float>(next->value() - v))
+            : setTanOut(key, 1.0f, 0.0f);
     }
 }
 
@@ -242,7 +242,7 @@ TslopeCandidates fixedSlopeCandidates(double t, double v, double tPrev, double v
     return c;
 }
 
-} // namespace
+}  // namespace
 
 void T2dAnimCurve::calculateSlowTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next)
 {
@@ -272,8 +272,8 @@ void T2dAnimCurve::calculateFastTangents(Tkeyframe const* prev, Tkeyframe* key, 
 
 void T2dAnimCurve::calculateOldSmoothTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next)
 {
-    runAs(&T2dAnimCurve::calculateSmoothTangents, kTangentSpline, inIs(key, kTangentSmooth),
-          outIs(key, kTangentSmooth), prev, key, next);
+    runAs(&T2dAnimCurve::calculateSmoothTangents, kTangentSpline, inIs(key, kTangentSmooth), outIs(key, kTangentSmooth),
+          prev, key, next);
 }
 
 void T2dAnimCurve::calculateClampedTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next,
@@ -347,8 +347,8 @@ void T2dAnimCurve::calculatePlateauTangents(Tkeyframe const* prev, Tkeyframe* ke
     };
     bool const peak = vPrev <= v - e && vNext <= v - e;
     bool const valley = v + e <= vPrev && v + e <= vNext;
-    bool const flatten = peak || valley || std::fabs(v - vPrev) <= e || std::fabs(vNext - v) <= e ||
-                         prev == nullptr || next == nullptr || overshoots(prev, &spline, vPrev, v, *this) ||
+    bool const flatten = peak || valley || std::fabs(v - vPrev) <= e || std::fabs(vNext - v) <= e || prev == nullptr ||
+                         next == nullptr || overshoots(prev, &spline, vPrev, v, *this) ||
                          overshoots(&spline, next, v, vNext, *this);
     if (flatten) {
         runAs(&T2dAnimCurve::calculateFlatTangents, kTangentFlat, in, out, prev, key, next);
@@ -386,8 +386,7 @@ void T2dAnimCurve::calculateAutoTangents(Tkeyframe const* prev, Tkeyframe* key, 
     }
 }
 
-bool T2dAnimCurve::shouldBeFlat(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next,
-                                T2dAnimCurve* segment)
+bool T2dAnimCurve::shouldBeFlat(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next, T2dAnimCurve* segment)
 {
     if (key == nullptr || (prev == nullptr && next == nullptr)) {
         return false;

@@ -69,8 +69,7 @@ TEST_F(PluginRegistry, KindsWithoutASecondFunctionFallBackToHermite)
 
 TEST_F(PluginRegistry, LockedTypesAreLeftAloneByTheRules)
 {
-    TpluginAnimCurveInterpDBase::add("locked", TiffTag(23), TpluginAnimCurveInterp::kTypeLocked, &makeHermite,
-                                     &usable);
+    TpluginAnimCurveInterpDBase::add("locked", TiffTag(23), TpluginAnimCurveInterp::kTypeLocked, &makeHermite, &usable);
     EXPECT_TRUE(Tkeyframe::isTangentTypeLocked(static_cast<TtangentType>(23)));
     EXPECT_FALSE(Tkeyframe::isTangentTypeLocked(static_cast<TtangentType>(24)));
     EXPECT_FALSE(Tkeyframe::isTangentTypeLocked(kTangentSpline));

@@ -202,9 +202,9 @@ TEST(TangentRules, TypesWithoutARuleLeaveTangentsAlone)
 // rule gives: recomputing it changes nothing.
 TEST(TangentRecomputation, EveryEditLeavesEveryKeyAsItsRuleGives)
 {
-    TtangentType const types[] = {kTangentFixed,   kTangentLinear, kTangentFlat,       kTangentSmooth,
-                                  kTangentStep,    kTangentSlow,   kTangentFast,       kTangentOldClamped,
-                                  kTangentSpline,  kTangentClamped, kTangentStepNext,  kTangentAuto};
+    TtangentType const types[] = {kTangentFixed,  kTangentLinear,  kTangentFlat,     kTangentSmooth,
+                                  kTangentStep,   kTangentSlow,    kTangentFast,     kTangentOldClamped,
+                                  kTangentSpline, kTangentClamped, kTangentStepNext, kTangentAuto};
     std::mt19937 random(23);
     auto anyType = [&] { return types[random() % std::size(types)]; };
     std::uniform_real_distribution<float> time(0.0f, 20.0f);
@@ -243,9 +243,10 @@ TEST(TangentRecomputation, EveryEditLeavesEveryKeyAsItsRuleGives)
                 recomputed.modifyTangentHelper(i);
                 Tangents const want = tangentsOf(recomputed, i);
                 Tangents const got = tangentsOf(curve, i);
-                ASSERT_EQ(got.fInX, want.fInX) << "sequence " << sequence << " edit " << edit << " key " << i << " types "
-                                               << curve.keyframe(i)->storedTanInType() << "/"
-                                               << curve.keyframe(i)->storedTanOutType() << " of " << curve.keyframeCount();
+                ASSERT_EQ(got.fInX, want.fInX)
+                    << "sequence " << sequence << " edit " << edit << " key " << i << " types "
+                    << curve.keyframe(i)->storedTanInType() << "/" << curve.keyframe(i)->storedTanOutType() << " of "
+                    << curve.keyframeCount();
                 ASSERT_EQ(got.fInY, want.fInY);
                 ASSERT_EQ(got.fOutX, want.fOutX);
                 ASSERT_EQ(got.fOutY, want.fOutY);

@@ -121,8 +121,7 @@ protected:
     void runAs(TruleFn rule, TtangentType asType, bool in, bool out, Tkeyframe const* prev, Tkeyframe* key,
                Tkeyframe const* next);
     // Ends keys copy the opposite tangent onto the missing neighbour's side.
-    static void copyOppositeAtEnds(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next,
-                                   TtangentType type);
+    static void copyOppositeAtEnds(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next, TtangentType type);
 
 private:
     bool fFloatInput;

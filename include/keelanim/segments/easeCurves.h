@@ -22,8 +22,7 @@ public:
     // Times 0 and values -DBL_MAX: no search is made.
     void getMinMaxTimeAndValue(float& minTime, double& minValue, float& maxTime, double& maxValue) const override;
     // The keys' values and the tangents' value components over three.
-    void getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min,
-                          double& max) const override;
+    void getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min, double& max) const override;
     // 0.0, outputs untouched.
     double newMatchingKey(double x, float& o1, float& o2, float& o3, float& o4, float& o5, float& o6, float& o7,
                           float& o8) const override;

@@ -53,8 +53,8 @@ using TpluginAnimCurveInterpPtrArray = TtypedArray<TpluginAnimCurveInterp*>;
 class KEEL_API TpluginAnimCurveInterpDBase {
 public:
     // The new record, or null when that number is registered already.
-    static TpluginAnimCurveInterp* add(Tstring const& name, TiffTag const& tag, unsigned extra,
-                                       TpluginCreateFn create, TpluginSecondFn second);
+    static TpluginAnimCurveInterp* add(Tstring const& name, TiffTag const& tag, unsigned extra, TpluginCreateFn create,
+                                       TpluginSecondFn second);
     // The first record with that name / number, or null.
     static TpluginAnimCurveInterp* find(Tstring const& name);
     static TpluginAnimCurveInterp* find(unsigned number);
