@@ -6,7 +6,10 @@
 #include "keelanim/keys/pickParts.h"
 #include "keelanim/segments/animCurve.h"
 
+#include "keelanim/undo/curveDeltas.h"
+
 #include <algorithm>
+#include <memory>
 #include <cmath>
 #include <numeric>
 #include <vector>
@@ -33,6 +36,11 @@ private:
     bool fOpen;
     bool fModified = false;
 };
+
+std::unique_ptr<Tkeyframe> copyOf(Tkeyframe const* key)
+{
+    return key != nullptr ? std::make_unique<Tkeyframe>(*key) : nullptr;
+}
 
 bool isNaNTime(TtimeValue const& time)
 {
@@ -139,12 +147,18 @@ bool TparamCurve::add(Tkeyframe const& key, bool select, bool keepTangents, bool
     bool const replacing = findStoredTime(key.timeValue(), index);
     if (replacing) {
         target = keyframe(index);
+        if (isMod()) {
+            record(new TPCDaddRemoveKey(this, target, *target));
+        }
         *target = key;
     } else {
         target = newKeyCopy(key);
         if (!insertPointerAt(target, index)) {
             delete target;
             return false;
+        }
+        if (isMod()) {
+            record(new TPCDaddRemoveKey(this, target, TPCDaddRemoveKey::kAdded));
         }
     }
     if (select) {
@@ -185,6 +199,9 @@ bool TparamCurve::insert(Tkeyframe* key, bool keepTangents)
     }
     if (!insertPointerAt(key, index)) {
         return false;
+    }
+    if (isMod()) {
+        record(new TPCDaddRemoveKey(this, key, TPCDaddRemoveKey::kAdded));
     }
     keysChangedAround(index, keepTangents);
     checkStaticValueCondition(index);
@@ -287,9 +304,16 @@ bool TparamCurve::insertKey(Tkeyframe const& key, bool preserveShape)
     if (preserveShape && !split) {
         inserted->setValue(evaluate(timeValue(inserted)));  // beyond the keys: keep at least the value
     }
+    // The neighbours as they were, for the undo record.
+    std::unique_ptr<Tkeyframe> const previousAsWas = copyOf(keyframe(index - 1));
+    std::unique_ptr<Tkeyframe> const nextAsWas = copyOf(keyframe(index));
     if (!insertPointerAt(inserted, index)) {
         delete inserted;
         return false;
+    }
+    if (isMod()) {
+        record(preserveShape ? new TPCDinsertKey(this, inserted, previousAsWas.get(), nextAsWas.get())
+                             : new TPCDaddRemoveKey(this, inserted, TPCDaddRemoveKey::kAdded));
     }
     if (reshapes) {
         Tkeyframe* before = keyframe(index - 1);
@@ -424,6 +448,9 @@ bool TparamCurve::mergeBlock(TanimTime const* times, double const* values, unsig
             fTickKeys != nullptr ? TtimeValue(times[i]) : TtimeValue(static_cast<float>(times[i].seconds()));
         unsigned index = 0;
         if (findStoredTime(time, index)) {
+            if (isMod()) {
+                record(new TPCDaddRemoveKey(this, keyframe(index), *keyframe(index)));
+            }
             keyframe(index)->setValue(values[i]);
             firstChanged = std::min(firstChanged, index);
             notifyClientsOfChange(keyframe(index), TparamCurveModifiedMsg::kKeyChanged);
@@ -462,6 +489,9 @@ bool TparamCurve::mergeBlock(TanimTime const* times, double const* values, unsig
     for (Tkeyframe* key : fresh) {
         notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyInserted);
     }
+    if (isMod()) {
+        record(new TPCDblockAddRemoveKey(this, fresh.data(), static_cast<unsigned>(fresh.size()), in, out));
+    }
     return true;
 }
 
@@ -486,6 +516,9 @@ bool TparamCurve::replaceKey(Tkeyframe* old, Tkeyframe const& replacement)
     TchangeScope change(*this, kChangeReplace);
     if (!change.open()) {
         return false;
+    }
+    if (isMod()) {
+        record(new TPCDaddRemoveKey(this, old, *old));
     }
     *old = replacement;
     keysChangedAround(index, true);
@@ -524,12 +557,12 @@ bool TparamCurve::remove(unsigned index, Tkeyframe const* record, bool allChanne
         if (channel == nullptr || index >= channel->keyframeCount()) {
             break;
         }
-        removed = channel->removeOne(index, record) || removed;
+        removed = channel->removeOne(index, record, false, nullptr) || removed;
     }
     return removed;
 }
 
-bool TparamCurve::removeOne(unsigned index, Tkeyframe const*)
+bool TparamCurve::removeOne(unsigned index, Tkeyframe const* recordAs, bool detach, Tkeyframe** detached)
 {
     Tkeyframe* key = keyframe(index);
     if (key == nullptr) {
@@ -544,14 +577,69 @@ bool TparamCurve::removeOne(unsigned index, Tkeyframe const*)
     }
     notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyRemoved);
     removePointerAt(index);
-    // No undo record takes the key yet: the curve still owns it.
-    delete key;
+    bool const recorded = !detach && isMod() && !fCurveFlags.isSet(kNoRemovalDeltasBit);
+    if (recorded) {
+        if (recordAs != nullptr) {
+            *key = *recordAs;
+        }
+        addDelta(new TPCDaddRemoveKey(this, key, TPCDaddRemoveKey::kRemoved), false);
+    } else if (detach) {
+        *detached = key;
+    } else {
+        delete key;  // no record takes it
+    }
     keysChangedAround(index > 0 ? index - 1 : 0, false);
     if (arrayCount() == 0) {
         fCurveFlags.set(kStaticBit);
     }
     change.modified();
     return true;
+}
+
+Tkeyframe* TparamCurve::detachKey(unsigned index)
+{
+    Tkeyframe* key = nullptr;
+    return removeOne(index, nullptr, true, &key) ? key : nullptr;
+}
+
+bool TparamCurve::swapKeyframes(TkeyframePtrList& keys)
+{
+    for (unsigned i = 1; i < keys.count(); ++i) {
+        if (keys[i - 1] == nullptr || keys[i] == nullptr || !(*keys[i - 1] < *keys[i])) {
+            return false;
+        }
+    }
+    TchangeScope change(*this, kChangeAll);
+    if (!change.open()) {
+        return false;
+    }
+    TkeyframePtrList mine;
+    for (unsigned i = 0; i < arrayCount(); ++i) {
+        mine.addLast(keyframe(i));
+    }
+    replaceKeyArray();
+    for (Tkeyframe* key : keys) {
+        insertPointerAt(key, arrayCount());
+    }
+    keys.copy(mine);
+    for (unsigned i = 0; i < arrayCount(); ++i) {
+        setSpanInterpMethod(i);
+    }
+    invalidateCache();
+    if (Tkeyframe* first = keyframe(0)) {
+        notifyClientsOfChange(first, TparamCurveModifiedMsg::kKeyChanged);
+    }
+    change.modified();
+    return true;
+}
+
+void TparamCurve::record(Tdelta* delta)
+{
+    if (isMod()) {
+        addDelta(delta, false);
+    } else {
+        delete delta;
+    }
 }
 
 void TparamCurve::removeAllKeys(bool notify, bool allChannels)
@@ -598,7 +686,14 @@ bool TparamCurve::setKeyFlag(unsigned index, unsigned mask, Tkeyframe::TflagBit 
 
 bool TparamCurve::setBreakdown(unsigned index, bool on)
 {
-    return setKeyFlag(index, kChangeTime, Tkeyframe::kBreakdownBit, on, TparamCurveModifiedMsg::kBreakdownChanged);
+    bool const was = breakdown(index);
+    if (!setKeyFlag(index, kChangeTime, Tkeyframe::kBreakdownBit, on, TparamCurveModifiedMsg::kBreakdownChanged)) {
+        return false;
+    }
+    if (isMod()) {
+        record(new TPCDbreakdown(this, index, was));
+    }
+    return true;
 }
 
 bool TparamCurve::setTickDrawSpecial(unsigned index, bool on)
@@ -652,7 +747,12 @@ bool TparamCurve::applyInfinityType(bool pre, TparamCurveEnums::TinfinityType ty
         if (!change.open()) {
             continue;
         }
+        TparamCurveEnums::TinfinityType const previous = pre ? channel->fPreInfinity : channel->fPostInfinity;
         channel->storeInfinityType(pre, type);
+        if (channel->isMod()) {
+            channel->record(new TPCDinfinityType(channel, pre, previous, pre ? channel->fPreInfinity
+                                                                             : channel->fPostInfinity));
+        }
         channel->invalidateCache();
         channel->notifyClientsOfChange(channel->keyframe(0), TparamCurveModifiedMsg::kTangentChanged);
         change.modified();

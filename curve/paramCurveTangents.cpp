@@ -4,6 +4,8 @@
 
 #include "keelanim/keys/pickParts.h"
 #include "keelanim/segments/animCurve.h"
+#include "keelanim/segments/hermite.h"
+#include "keelanim/undo/curveDeltas.h"
 
 namespace {
 
@@ -173,6 +175,92 @@ bool TparamCurve::setTangentType(unsigned index, TtangentType type, int part)
     setTangentTypeHelper(index, type, part);
     keysChangedAround(index, false);
     notifyClientsOfChange(key, TparamCurveModifiedMsg::kTangentChanged);
+    endChange(true);
+    return true;
+}
+
+// --- Weighting ------------------------------------------------------------------------------
+
+namespace {
+
+// A tangent's slope; vertical tangents keep their direction.
+bool slopeOf(float x, float y, double& slope)
+{
+    if (x == 0.0f) {
+        return false;
+    }
+    slope = double(y) / double(x);
+    return true;
+}
+
+// The tangent along `slope` whose input reaches a third of the span into
+// the handle: a Bezier span with such handles is the Hermite span exactly.
+void weightedTangent(float x, float y, double length, float& outX, float& outY)
+{
+    double slope = 0.0;
+    if (!slopeOf(x, y, slope) || length <= 0.0) {
+        outX = x;
+        outY = y;
+        return;
+    }
+    outX = static_cast<float>(length);
+    outY = static_cast<float>(slope * length);
+}
+
+} // namespace
+
+void TparamCurve::setWeightedFlag(bool weighted)
+{
+    fCurveFlags.setTo(kWeightedBit, weighted);
+    invalidateCache();
+}
+
+bool TparamCurve::setIsWeighted(bool weighted)
+{
+    if (weighted == isWeighted()) {
+        return true;
+    }
+    if (!beginChange(kChangeNothing)) {
+        return false;
+    }
+    generateCurveDeltas();  // the tangents before conversion
+    bool const was = isWeighted();
+    unsigned const count = arrayCount();
+    for (unsigned i = 0; i < count; ++i) {
+        Tkeyframe* key = keyframe(i);
+        double const t = hostSeconds(key);
+        double const before = i > 0 ? t - hostSeconds(keyframe(i - 1)) : 0.0;
+        double const after = i + 1 < count ? hostSeconds(keyframe(i + 1)) - t : 0.0;
+        float x = 0.0f;
+        float y = 0.0f;
+        float newX = 0.0f;
+        float newY = 0.0f;
+        key->getTanIn(x, y);
+        if (weighted) {
+            weightedTangent(x, y, before > 0.0 ? before : after, newX, newY);
+        } else {
+            newX = x;
+            newY = y;
+            T2dHermite::validateTangent(newX, newY);
+        }
+        key->setTanIn(newX, newY);
+        key->getTanOut(x, y);
+        if (weighted) {
+            weightedTangent(x, y, after > 0.0 ? after : before, newX, newY);
+        } else {
+            newX = x;
+            newY = y;
+            T2dHermite::validateTangent(newX, newY);
+        }
+        key->setTanOut(newX, newY);
+    }
+    setWeightedFlag(weighted);
+    if (isMod()) {
+        record(new TPCDweightedTangents(this, was));
+    }
+    modifySmoothTangents(0, count > 0 ? count - 1 : 0);
+    invalidateCache();
+    notifyClientsOfChange(keyframe(0), TparamCurveModifiedMsg::kWeightingChanged);
     endChange(true);
     return true;
 }

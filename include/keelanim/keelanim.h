@@ -44,4 +44,7 @@
 
 #include "keelanim/prefs/prefItems.h"
 
+#include "keelanim/undo/curveDeltas.h"
 #include "keelanim/undo/delta.h"
+#include "keelanim/undo/deltaCollection.h"
+#include "keelanim/undo/hostApi.h"

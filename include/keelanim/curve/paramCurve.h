@@ -262,6 +262,28 @@ public:
     // when the span has no segment.
     bool minMaxValueAndTime(unsigned span, float& t0, double& vMin, float& t1, double& vMax);
 
+    // --- Undo ----------------------------------------------------------------
+    // Offers a new record to the modification's pending delta (see the
+    // source for the exact rules); outside a modification the caller keeps
+    // `delta` and `append` is answered.
+    bool addDelta(Tdelta* delta, bool append);
+    // In a modification, records a snapshot of the whole curve.
+    void generateCurveDeltas();
+    // Makes the tangents weighted or not, converting every key's tangents
+    // so that the shape is kept as closely as the two segment kinds allow.
+    bool setIsWeighted(bool weighted);
+    // Only the flag, without converting tangents (undo records use it).
+    void setWeightedFlag(bool weighted);
+    // Removes key i like remove() but hands the key object to the caller
+    // instead of deleting it (undo records keep removed keys); null for a bad
+    // index or a refused bracket.
+    Tkeyframe* detachKey(unsigned index);
+    // Exchanges the curve's keys with `keys` (taking ownership of those and
+    // giving up its own); false when `keys` is not in time order.
+    bool swapKeyframes(TkeyframePtrList& keys);
+    // The number of keys in the array, hidden ones included.
+    unsigned keyframeCountAll() const { return arrayCount(); }
+
     // --- Infinities --------------------------------------------------------
     TparamCurveEnums::TinfinityType preInfinityType() const { return fPreInfinity; }
     TparamCurveEnums::TinfinityType postInfinityType() const { return fPostInfinity; }
@@ -348,7 +370,12 @@ private:
     void storeInfinityType(bool pre, TparamCurveEnums::TinfinityType type);
     bool mergeBlock(TanimTime const* times, double const* values, unsigned count, TtangentType in, TtangentType out,
                     unsigned& firstChanged);
-    bool removeOne(unsigned index, Tkeyframe const* record);
+    // Removes key i: the key is recorded for undo, handed back (`detach`),
+    // or deleted. Answers the key when it was recorded or detached.
+    bool removeOne(unsigned index, Tkeyframe const* record, bool detach, Tkeyframe** detached);
+    static void disposeIfNotHeld(class TparamCurveDeltaComp& holder, Tdelta* delta);
+    // Records `delta` when a modification is open; deletes it otherwise.
+    void record(Tdelta* delta);
     bool setKeyFlag(unsigned index, unsigned mask, Tkeyframe::TflagBit bit, bool on, int kind);
     bool readsNeighbourTangents(unsigned index) const;
     // Recomputes keys first - 1 .. last + 1 except `keep`, and the plateau
