@@ -6,12 +6,14 @@
 #include "keelanim/curve/msgDepot.h"
 #include "keelanim/editing/keyframeHandle.h"
 #include "keelanim/prefs/prefItems.h"
+#include "keelanim/undo/curveDeltas.h"
 
 namespace {
 
 // Set once model updates were disabled inside the current outermost bracket;
 // cleared by each outermost beginChange.
 thread_local bool sModelUpdatesDisabled = false;
+thread_local unsigned sReplayDepth = 0;
 
 // Sends a helper question to the depot's helpers and answers their reply.
 TbitField32 askHelpers(TparamCurve* curve, std::int32_t kind, std::uint32_t answer = 1)
@@ -45,6 +47,9 @@ bool TparamCurve::beginChange(unsigned mask)
     }
     if (fChangeDepth == 0) {
         sModelUpdatesDisabled = false;
+        if (isMod() && !isReplaying() && fTangentJournal == nullptr) {
+            fTangentJournal = new TPCDkeyTangents(this);
+        }
         fChangeAnswer =
             askHelpers(this, TparamCurveHelperMsg::kBeginChange).anyOf(TparamCurveHelperMsg::kBeginAnswerBit);
     }
@@ -61,6 +66,10 @@ void TparamCurve::endChange(bool modified)
     fModified = fModified || modified;
     if (fChangeDepth > 0) {
         return;
+    }
+    if (TPCDkeyTangents* journal = fTangentJournal) {
+        fTangentJournal = nullptr;
+        journal->empty() ? delete journal : static_cast<void>(addDelta(journal, false));
     }
     askHelpers(this, TparamCurveHelperMsg::kEndChange, fChangeAnswer ? 1u : 0u);
     if (fModified) {
@@ -83,6 +92,21 @@ void TparamCurve::notifyClientsOfChange(Tkeyframe* key, int kind)
         sModelUpdatesDisabled = true;
         disableAnimCurveModelUpdates();
     }
+}
+
+TparamCurve::TreplayScope::TreplayScope()
+{
+    ++sReplayDepth;
+}
+
+TparamCurve::TreplayScope::~TreplayScope()
+{
+    --sReplayDepth;
+}
+
+bool TparamCurve::isReplaying()
+{
+    return sReplayDepth > 0;
 }
 
 void TparamCurve::disableAnimCurveModelUpdates()

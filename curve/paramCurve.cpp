@@ -6,6 +6,7 @@
 #include "keelanim/curve/msgDepot.h"
 #include "keelanim/prefs/prefItems.h"
 #include "keelanim/segments/animCurve.h"
+#include "keelanim/undo/curveDeltas.h"
 
 #include <cmath>
 
@@ -66,6 +67,7 @@ TparamCurve::~TparamCurve()
 {
     announceDeletion();
     globalMsgDepot().forgetCurve(this);
+    delete fTangentJournal;
     removeAllKeys(false, false);
     while (fRecordedIndices != nullptr) {
         deleteRecordedKeyIndices();

@@ -51,7 +51,7 @@ bool isNaNTime(TtimeValue const& time)
 
 void TparamCurve::keysChangedAround(unsigned index, bool keepTangentsAtIndex)
 {
-    recomputeWindow(index, index, keepTangentsAtIndex ? index : kArrayFailure);
+    recomputeWindow(index > 0 ? index - 1 : 0, index + 1, keepTangentsAtIndex ? index : kArrayFailure);
     setSpanInterpMethod(index);
     setSpanInterpMethod(index + 1);
     invalidateCache(static_cast<int>(index));
@@ -521,7 +521,7 @@ bool TparamCurve::replaceKey(Tkeyframe* old, Tkeyframe const& replacement)
         record(new TPCDaddRemoveKey(this, old, *old));
     }
     *old = replacement;
-    keysChangedAround(index, true);
+    keysChangedAround(index, false);
     checkStaticValueCondition(index);
     notifyClientsOfChange(old, TparamCurveModifiedMsg::kKeyChanged);
     change.modified();
@@ -588,7 +588,11 @@ bool TparamCurve::removeOne(unsigned index, Tkeyframe const* recordAs, bool deta
     } else {
         delete key;  // no record takes it
     }
-    keysChangedAround(index > 0 ? index - 1 : 0, false);
+    // The keys that lost a neighbour: the one before the gap and the one after.
+    recomputeWindow(index > 0 ? index - 1 : 0, index, kArrayFailure);
+    setSpanInterpMethod(index > 0 ? index - 1 : 0);
+    setSpanInterpMethod(index);
+    invalidateCache(static_cast<int>(index));
     if (arrayCount() == 0) {
         fCurveFlags.set(kStaticBit);
     }
@@ -631,6 +635,18 @@ bool TparamCurve::swapKeyframes(TkeyframePtrList& keys)
     }
     change.modified();
     return true;
+}
+
+void TparamCurve::restoreKeyContent(Tkeyframe* key, Tkeyframe const& content)
+{
+    unsigned const index = indexOfKey(key);
+    if (index == kArrayFailure || !(content.timeValue() == key->timeValue())) {
+        return;
+    }
+    *key = content;
+    setSpanInterpMethod(index);
+    setSpanInterpMethod(index + 1);
+    invalidateCache(static_cast<int>(index));
 }
 
 void TparamCurve::record(Tdelta* delta)

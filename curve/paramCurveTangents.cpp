@@ -47,8 +47,20 @@ void TparamCurve::modifyTangentHelper(unsigned index)
     if (!isComputed(key->tanInType()) && !isComputed(key->tanOutType())) {
         return;
     }
-    if (T2dAnimCurve* segment = updateInterpolator(key)) {
-        segment->calculateTangents(keyframe(index - 1), key, keyframe(index + 1), this);
+    if (isReplaying()) {
+        return;  // a replayed step restores its tangents itself
+    }
+    T2dAnimCurve* segment = updateInterpolator(key);
+    if (segment == nullptr) {
+        return;
+    }
+    TPCDkeyTangents::Ttangents const before = TPCDkeyTangents::tangentsOf(*key);
+    segment->calculateTangents(keyframe(index - 1), key, keyframe(index + 1), this);
+    if (fTangentJournal != nullptr) {
+        TPCDkeyTangents::Ttangents const after = TPCDkeyTangents::tangentsOf(*key);
+        if (!(after == before)) {
+            fTangentJournal->note(key, before, after);
+        }
     }
 }
 
@@ -93,18 +105,16 @@ void TparamCurve::modifyTangents(unsigned index)
 
 void TparamCurve::modifySmoothTangents(unsigned first, unsigned last)
 {
-    recomputeWindow(first, last, kArrayFailure);
+    recomputeWindow(first > 0 ? first - 1 : 0, last + 1, kArrayFailure);
 }
 
-void TparamCurve::recomputeWindow(unsigned first, unsigned last, unsigned keep)
+void TparamCurve::recomputeWindow(unsigned from, unsigned to, unsigned keep)
 {
     unsigned const count = arrayCount();
-    if (count == 0 || first >= count) {
+    if (count == 0 || from >= count) {
         return;
     }
-    last = last < count ? last : count - 1;
-    unsigned const from = first > 0 ? first - 1 : 0;
-    unsigned const to = last + 1 < count ? last + 1 : last;
+    to = to < count ? to : count - 1;
     for (unsigned i = from; i <= to; ++i) {
         if (i != keep) {
             modifyTangentHelper(i);

@@ -19,6 +19,7 @@ KEEL_DEFINE_METACLASS(TPCDdragTan, &TparamCurveDeltaTmeta);
 KEEL_DEFINE_METACLASS(TPCDdragSegment, &TparamCurveDeltaTmeta);
 KEEL_DEFINE_METACLASS(TPCDscaleKey, &TparamCurveDeltaTmeta);
 KEEL_DEFINE_METACLASS(TPCDrotationInterpolation, &TparamCurveDeltaTmeta);
+KEEL_DEFINE_METACLASS(TPCDkeyTangents, &TparamCurveDeltaTmeta);
 
 namespace {
 
@@ -231,16 +232,18 @@ bool TPCDinsertKey::undo()
     return done;
 }
 
+// The mirror of undo: the neighbours take their inserted-state contents
+// first, so that the snapshots keep exactly what undo restored, and only then
+// does the key come back.
 bool TPCDinsertKey::redo()
 {
-    if (fParamCurve == nullptr || fOwnsCopy) {
+    if (fParamCurve == nullptr || fOwnsCopy || !fHoldsKey) {
         return false;
     }
-    bool const done = TPCDaddRemoveKey::redo();
-    if (done) {
-        exchangeNeighbours(fParamCurve->indexOfKey(fKey));
-    }
-    return done;
+    unsigned index = 0;
+    fParamCurve->findStoredTime(fKey->timeValue(), index);
+    exchangeNeighbours(index);
+    return TPCDaddRemoveKey::redo();
 }
 
 // --- TPCDblockAddRemoveKey ----------------------------------------------------------------------------
@@ -300,6 +303,9 @@ bool TPCDblockAddRemoveKey::addBlock()
     for (Tkeyframe* key : fKeys) {
         added = fParamCurve->addRemovedKey(key) || added;
     }
+    for (unsigned i = 0; i < fKeys.count() && i < fContents.size(); ++i) {
+        fParamCurve->restoreKeyContent(fKeys[i], fContents[i]);
+    }
     fHoldsKeys = false;
     return added;
 }
@@ -310,8 +316,15 @@ bool TPCDblockAddRemoveKey::removeBlock()
         if (fHoldsKeys) {
             return false;
         }
+        fContents.clear();
+        for (Tkeyframe const* key : fKeys) {
+            fContents.push_back(*key);
+        }
         for (Tkeyframe* key : fKeys) {
             fParamCurve->detachKey(fParamCurve->indexOfKey(key));
+        }
+        for (unsigned i = 0; i < fKeys.count(); ++i) {
+            *fKeys[i] = fContents[i];
         }
         fHoldsKeys = true;
         return true;
@@ -682,4 +695,56 @@ bool TPCDrotationInterpolation::undo()
 bool TPCDrotationInterpolation::redo()
 {
     return false;
+}
+
+// --- TPCDkeyTangents ---------------------------------------------------------------------------------------
+
+TPCDkeyTangents::TPCDkeyTangents(TparamCurve* curve) : TparamCurveDelta(curve) {}
+
+TPCDkeyTangents::Ttangents TPCDkeyTangents::tangentsOf(Tkeyframe const& key)
+{
+    Ttangents t{};
+    key.getTanIn(t.fInX, t.fInY);
+    key.getTanOut(t.fOutX, t.fOutY);
+    return t;
+}
+
+void TPCDkeyTangents::note(Tkeyframe* key, Ttangents const& before, Ttangents const& after)
+{
+    for (Tentry& entry : fEntries) {
+        if (entry.fKey == key) {
+            entry.fAfter = after;
+            return;
+        }
+    }
+    fEntries.push_back({key, before, after});
+}
+
+bool TPCDkeyTangents::apply(bool before)
+{
+    if (fParamCurve == nullptr) {
+        return false;
+    }
+    for (std::size_t n = 0; n < fEntries.size(); ++n) {
+        Tentry const& entry = fEntries[before ? fEntries.size() - 1 - n : n];
+        unsigned const index = fParamCurve->indexOfKey(entry.fKey);
+        if (index == kArrayFailure) {
+            continue;
+        }
+        Ttangents const& t = before ? entry.fBefore : entry.fAfter;
+        entry.fKey->setTanIn(t.fInX, t.fInY);
+        entry.fKey->setTanOut(t.fOutX, t.fOutY);
+        fParamCurve->invalidateCache(static_cast<int>(index));
+    }
+    return true;
+}
+
+bool TPCDkeyTangents::undo()
+{
+    return apply(true);
+}
+
+bool TPCDkeyTangents::redo()
+{
+    return apply(false);
 }

@@ -72,6 +72,7 @@ void TparamCurveDeltaComp::setIsUndone(bool undone)
 
 bool TparamCurveDeltaComp::undo()
 {
+    TparamCurve::TreplayScope const replaying;
     for (Tdelta* delta : fChildren) {
         if (auto* record = keelCast<TparamCurveDelta>(delta)) {
             record->preUndo();
@@ -85,6 +86,7 @@ bool TparamCurveDeltaComp::undo()
 
 bool TparamCurveDeltaComp::redo()
 {
+    TparamCurve::TreplayScope const replaying;
     bool const done = TdeltaComposite::redo();
     setIsUndone(false);
     setUndone(false);

@@ -281,6 +281,19 @@ public:
     // Exchanges the curve's keys with `keys` (taking ownership of those and
     // giving up its own); false when `keys` is not in time order.
     bool swapKeyframes(TkeyframePtrList& keys);
+    // While a step is replayed (undone or redone) tangents are not re-derived:
+    // the step's records put back exactly what the edits left. Nested.
+    class KEEL_API TreplayScope {
+    public:
+        TreplayScope();
+        ~TreplayScope();
+        TreplayScope(TreplayScope const&) = delete;
+        TreplayScope& operator=(TreplayScope const&) = delete;
+    };
+    static bool isReplaying();
+    // Puts back a key's content exactly as recorded, without re-deriving any
+    // tangent (undo records restore whole states with it).
+    void restoreKeyContent(Tkeyframe* key, Tkeyframe const& content);
     // The number of keys in the array, hidden ones included.
     unsigned keyframeCountAll() const { return arrayCount(); }
 
@@ -378,9 +391,9 @@ private:
     void record(Tdelta* delta);
     bool setKeyFlag(unsigned index, unsigned mask, Tkeyframe::TflagBit bit, bool on, int kind);
     bool readsNeighbourTangents(unsigned index) const;
-    // Recomputes keys first - 1 .. last + 1 except `keep`, and the plateau
-    // keys the change reaches.
-    void recomputeWindow(unsigned first, unsigned last, unsigned keep);
+    // Recomputes keys from..to except `keep`, and the plateau keys the
+    // change reaches beyond them.
+    void recomputeWindow(unsigned from, unsigned to, unsigned keep);
     bool siblingsOrSelf(bool allChannels, TparamCurve* channels[3]);
     // The keys around `index` changed: drop the evaluation cache and renew
     // the interpolation methods of the spans that touch the key; the
@@ -428,5 +441,7 @@ private:
     TparamCurveEnums::TinfinityType fPostInfinity = TparamCurveEnums::kConstant;
     unsigned fLockedParams = 0;
     TkeyframeIndexTable* fRecordedIndices = nullptr;
+    // The re-derived tangents of the edit in progress, in a modification.
+    class TPCDkeyTangents* fTangentJournal = nullptr;
     unsigned fRecordedIndicesDepth = 0;
 };

@@ -10,6 +10,8 @@
 #include "keelanim/undo/delta.h"
 #include "keelanim/undo/hostApi.h"
 
+#include <vector>
+
 // The undo records of curve edits.
 //
 // Each record stores what it needs to put its curve back (undo) and to make
@@ -35,6 +37,7 @@ KEEL_DECLARE_METACLASS(TPCDdragTan);
 KEEL_DECLARE_METACLASS(TPCDdragSegment);
 KEEL_DECLARE_METACLASS(TPCDscaleKey);
 KEEL_DECLARE_METACLASS(TPCDrotationInterpolation);
+KEEL_DECLARE_METACLASS(TPCDkeyTangents);
 
 class KEEL_API TparamCurveDelta : public Tdelta, public ZPtrBase {
     KEEL_TYPED(TparamCurveDelta)
@@ -172,6 +175,10 @@ private:
 
     TkeyframePtrList fKeys;
     bool fHoldsKeys = false;
+    // The keys' contents as the step left them: taking keys off (or putting
+    // them back) one by one re-derives their neighbours' tangents, block
+    // keys included, on the way.
+    std::vector<Tkeyframe> fContents;
     TanimTimeArray fTimes;
     TdoubleArray fValues;
     TtimeValue fStart;
@@ -428,4 +435,38 @@ public:
 private:
     int fPrevious;
     int fCurrent;
+};
+
+// The tangents that an edit re-derived from the tangent types, before and
+// after. Replaying a step does not re-derive tangents: this record puts them
+// back exactly, whatever the rules would give now.
+class KEEL_API TPCDkeyTangents : public TparamCurveDelta {
+    KEEL_TYPED(TPCDkeyTangents)
+
+public:
+    struct Ttangents {
+        float fInX, fInY, fOutX, fOutY;
+        friend bool operator==(Ttangents const&, Ttangents const&) = default;
+    };
+
+    explicit TPCDkeyTangents(TparamCurve* curve);
+
+    bool undo() override;
+    bool redo() override;
+
+    // Notes a key's tangents before and after a re-derivation; a key noted
+    // again keeps its first "before".
+    void note(Tkeyframe* key, Ttangents const& before, Ttangents const& after);
+    bool empty() const { return fEntries.empty(); }
+    unsigned count() const { return static_cast<unsigned>(fEntries.size()); }
+    static Ttangents tangentsOf(Tkeyframe const& key);
+
+private:
+    struct Tentry {
+        Tkeyframe* fKey;
+        Ttangents fBefore;
+        Ttangents fAfter;
+    };
+    bool apply(bool before);
+    std::vector<Tentry> fEntries;
 };
