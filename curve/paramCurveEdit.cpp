@@ -637,18 +637,6 @@ bool TparamCurve::swapKeyframes(TkeyframePtrList& keys)
     return true;
 }
 
-void TparamCurve::restoreKeyContent(Tkeyframe* key, Tkeyframe const& content)
-{
-    unsigned const index = indexOfKey(key);
-    if (index == kArrayFailure || !(content.timeValue() == key->timeValue())) {
-        return;
-    }
-    *key = content;
-    setSpanInterpMethod(index);
-    setSpanInterpMethod(index + 1);
-    invalidateCache(static_cast<int>(index));
-}
-
 void TparamCurve::record(Tdelta* delta)
 {
     if (isMod()) {

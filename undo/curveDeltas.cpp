@@ -303,9 +303,6 @@ bool TPCDblockAddRemoveKey::addBlock()
     for (Tkeyframe* key : fKeys) {
         added = fParamCurve->addRemovedKey(key) || added;
     }
-    for (unsigned i = 0; i < fKeys.count() && i < fContents.size(); ++i) {
-        fParamCurve->restoreKeyContent(fKeys[i], fContents[i]);
-    }
     fHoldsKeys = false;
     return added;
 }
@@ -316,15 +313,8 @@ bool TPCDblockAddRemoveKey::removeBlock()
         if (fHoldsKeys) {
             return false;
         }
-        fContents.clear();
-        for (Tkeyframe const* key : fKeys) {
-            fContents.push_back(*key);
-        }
         for (Tkeyframe* key : fKeys) {
             fParamCurve->detachKey(fParamCurve->indexOfKey(key));
-        }
-        for (unsigned i = 0; i < fKeys.count(); ++i) {
-            *fKeys[i] = fContents[i];
         }
         fHoldsKeys = true;
         return true;

@@ -291,9 +291,6 @@ public:
         TreplayScope& operator=(TreplayScope const&) = delete;
     };
     static bool isReplaying();
-    // Puts back a key's content exactly as recorded, without re-deriving any
-    // tangent (undo records restore whole states with it).
-    void restoreKeyContent(Tkeyframe* key, Tkeyframe const& content);
     // The number of keys in the array, hidden ones included.
     unsigned keyframeCountAll() const { return arrayCount(); }
 

@@ -175,10 +175,6 @@ private:
 
     TkeyframePtrList fKeys;
     bool fHoldsKeys = false;
-    // The keys' contents as the step left them: taking keys off (or putting
-    // them back) one by one re-derives their neighbours' tangents, block
-    // keys included, on the way.
-    std::vector<Tkeyframe> fContents;
     TanimTimeArray fTimes;
     TdoubleArray fValues;
     TtimeValue fStart;
