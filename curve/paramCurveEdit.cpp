@@ -9,8 +9,8 @@
 #include "keelanim/undo/curveDeltas.h"
 
 #include <algorithm>
-#include <memory>
 #include <cmath>
+#include <memory>
 #include <numeric>
 #include <vector>
 
@@ -754,8 +754,8 @@ bool TparamCurve::applyInfinityType(bool pre, TparamCurveEnums::TinfinityType ty
         TparamCurveEnums::TinfinityType const previous = pre ? channel->fPreInfinity : channel->fPostInfinity;
         channel->storeInfinityType(pre, type);
         if (channel->isMod()) {
-            channel->record(new TPCDinfinityType(channel, pre, previous, pre ? channel->fPreInfinity
-                                                                             : channel->fPostInfinity));
+            channel->record(
+                new TPCDinfinityType(channel, pre, previous, pre ? channel->fPreInfinity : channel->fPostInfinity));
         }
         channel->invalidateCache();
         channel->notifyClientsOfChange(channel->keyframe(0), TparamCurveModifiedMsg::kTangentChanged);

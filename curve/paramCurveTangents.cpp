@@ -217,7 +217,7 @@ void weightedTangent(float x, float y, double length, float& outX, float& outY)
     outY = static_cast<float>(slope * length);
 }
 
-} // namespace
+}  // namespace
 
 void TparamCurve::setWeightedFlag(bool weighted)
 {

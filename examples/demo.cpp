@@ -217,6 +217,77 @@ void showTangentTypes()
     std::printf("\npreferences as commands:\n%s\n", commands.asChar());
 }
 
+// Prints the undo records an observer of the message board hears.
+class TundoWatcher : public Tclient {
+public:
+    static void heard(Tclient*, TclientServer*, TserverMsg const& msg)
+    {
+        auto const* deltaMsg = keelCast<TparamCurveDeltaMsg>(&msg);
+        auto const* step = keelCast<TparamCurveDeltaComp>(deltaMsg->deltas());
+        if (step == nullptr) {
+            return;
+        }
+        std::printf("  [board] %u record(s):", step->length());
+        for (unsigned i = 0; i < step->length(); ++i) {
+            auto const* record = keelCast<TparamCurveDelta>(step->delta(i));
+            if (record != nullptr) {
+                std::printf(" %s", record->apiTypeString());
+            }
+        }
+        std::printf("\n");
+    }
+};
+
+void printValues(char const* title, TparamCurve& a, TparamCurve& b)
+{
+    std::printf("  %-14s a:", title);
+    for (float t : {0.0f, 0.5f, 1.0f, 1.5f, 2.0f}) {
+        std::printf(" %7.3f", a.evaluate(t));
+    }
+    std::printf("   b:");
+    for (float t : {0.0f, 0.5f, 1.0f, 1.5f, 2.0f}) {
+        std::printf(" %7.3f", b.evaluate(t));
+    }
+    std::printf("  (%u and %u keys)\n", a.keyframeCount(), b.keyframeCount());
+}
+
+void showUndo()
+{
+    TparamCurve a(true);
+    TparamCurve b(false);
+    for (int i = 0; i <= 2; ++i) {
+        a.add(Tkeyframe(float(i), double(i % 2), kTangentSpline, kTangentSpline));
+        b.add(Tkeyframe(TanimTime(i, kSeconds), double(i), kTangentLinear, kTangentLinear));
+    }
+    TundoWatcher watcher;
+    TmessageCenter::messageBoardInit();
+    TmessageCenter::fsMessageBoard->addClient(&watcher, TparamCurveDeltaMsgTmeta, &TundoWatcher::heard);
+    TparamCurveDeltaUser::enableDeltaMessaging(true);
+
+    std::printf("\nundo: one modification with several edits on two curves\n");
+    printValues("before", a, b);
+    TparamCurveDeltaUser user;
+    user.beginParamCurveMod(a);
+    user.beginParamCurveMod(b);
+    a.insertKey(Tkeyframe(0.5f, 0.0, kTangentSpline, kTangentSpline), true);  // keeps the shape
+    Tkeyframe raised(*a.keyframe(2));
+    raised.setValue(3.0);
+    a.replaceKey(a.keyframe(2), raised);
+    a.setPostInfinityType(TparamCurveEnums::kOscillate);
+    b.remove(1);
+    b.add(Tkeyframe(TanimTime(1.5, kSeconds), 4.0, kTangentFlat, kTangentFlat));
+    b.setIsWeighted(true);
+    user.endParamCurveMod(a);
+    user.endParamCurveMod(b);
+    printValues("edited", a, b);
+    user.undoPC();
+    printValues("undone", a, b);
+    user.redoPC();
+    printValues("redone", a, b);
+    TparamCurveDeltaUser::enableDeltaMessaging(false);
+    TmessageCenter::fsMessageBoard->removeClient(&watcher);
+}
+
 }  // namespace
 
 int main()
@@ -226,5 +297,6 @@ int main()
     showCurves();
     showEvaluation();
     showTangentTypes();
+    showUndo();
     return 0;
 }

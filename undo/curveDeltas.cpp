@@ -25,7 +25,7 @@ namespace {
 
 constexpr double kNormTolerance = 1e-10;
 
-} // namespace
+}  // namespace
 
 // --- TparamCurveDelta ----------------------------------------------------------------------
 
@@ -181,8 +181,7 @@ bool TPCDaddRemoveKey::redo()
 // --- TPCDinsertKey ---------------------------------------------------------------------------------
 
 TPCDinsertKey::TPCDinsertKey(TparamCurve* curve, Tkeyframe* key, Tkeyframe* previous, Tkeyframe* next)
-    : TPCDaddRemoveKey(curve, key, kAdded),
-      fPrevious(previous != nullptr ? new Tkeyframe(*previous) : nullptr),
+    : TPCDaddRemoveKey(curve, key, kAdded), fPrevious(previous != nullptr ? new Tkeyframe(*previous) : nullptr),
       fNext(next != nullptr ? new Tkeyframe(*next) : nullptr)
 {
 }
@@ -277,8 +276,8 @@ TPCDblockAddRemoveKey::TPCDblockAddRemoveKey(TparamCurve* curve, Tkeyframe* cons
 }
 
 TPCDblockAddRemoveKey::TPCDblockAddRemoveKey(TPCDblockAddRemoveKey const& other)
-    : TparamCurveDelta(other), fTimes(other.fTimes), fValues(other.fValues), fStart(other.fStart),
-      fEnd(other.fEnd), fIn(other.fIn), fOut(other.fOut), fFlag(other.fFlag), fType(other.fType)
+    : TparamCurveDelta(other), fTimes(other.fTimes), fValues(other.fValues), fStart(other.fStart), fEnd(other.fEnd),
+      fIn(other.fIn), fOut(other.fOut), fFlag(other.fFlag), fType(other.fType)
 {
 }
 
@@ -321,8 +320,8 @@ bool TPCDblockAddRemoveKey::removeBlock()
     }
     bool removed = false;
     for (TanimTime const& ticks : fTimes) {
-        TtimeValue const time = fParamCurve->isAnimTimeCurve() ? TtimeValue(ticks)
-                                                               : TtimeValue(static_cast<float>(ticks.seconds()));
+        TtimeValue const time =
+            fParamCurve->isAnimTimeCurve() ? TtimeValue(ticks) : TtimeValue(static_cast<float>(ticks.seconds()));
         unsigned index = 0;
         if (fParamCurve->findStoredTime(time, index)) {
             removed = fParamCurve->remove(index) || removed;
@@ -473,15 +472,9 @@ bool TPCDcurveDelta::undo()
 TPCDdragKey::TPCDdragKey(TkeyframeHandle* key, unsigned previousIndex, TtimeValue previousTime, double previousValue,
                          double previousW, TtimeValue currentTime, double currentValue, double currentW,
                          TparamCurveEnums::TmoveOption option, TparamCurve* curve)
-    : TparamCurveDelta(curve, key != nullptr ? key->keyframe() : nullptr),
-      fPreviousTime(previousTime),
-      fCurrentTime(currentTime),
-      fPreviousValue(previousValue),
-      fCurrentValue(currentValue),
-      fPreviousW(previousW),
-      fCurrentW(currentW),
-      fPreviousIndex(previousIndex),
-      fOption(option),
+    : TparamCurveDelta(curve, key != nullptr ? key->keyframe() : nullptr), fPreviousTime(previousTime),
+      fCurrentTime(currentTime), fPreviousValue(previousValue), fCurrentValue(currentValue), fPreviousW(previousW),
+      fCurrentW(currentW), fPreviousIndex(previousIndex), fOption(option),
       fHandle(key != nullptr ? new TkeyframeHandle(*key, true) : nullptr)
 {
     if (curve == nullptr) {
@@ -501,17 +494,10 @@ TPCDdragKey::TPCDdragKey(TkeyframeHandle* key, unsigned previousIndex, TtimeValu
 TPCDdragKey::TPCDdragKey(TparamCurve* curve) : TparamCurveDelta(curve) {}
 
 TPCDdragKey::TPCDdragKey(TPCDdragKey const& other)
-    : TparamCurveDelta(other),
-      fPreviousTime(other.fPreviousTime),
-      fCurrentTime(other.fCurrentTime),
-      fPreviousValue(other.fPreviousValue),
-      fCurrentValue(other.fCurrentValue),
-      fPreviousW(other.fPreviousW),
-      fCurrentW(other.fCurrentW),
-      fPreviousIndex(other.fPreviousIndex),
-      fCurrentIndex(other.fCurrentIndex),
-      fOption(other.fOption),
-      fHandle(other.fHandle != nullptr ? new TkeyframeHandle(*other.fHandle, false) : nullptr)
+    : TparamCurveDelta(other), fPreviousTime(other.fPreviousTime), fCurrentTime(other.fCurrentTime),
+      fPreviousValue(other.fPreviousValue), fCurrentValue(other.fCurrentValue), fPreviousW(other.fPreviousW),
+      fCurrentW(other.fCurrentW), fPreviousIndex(other.fPreviousIndex), fCurrentIndex(other.fCurrentIndex),
+      fOption(other.fOption), fHandle(other.fHandle != nullptr ? new TkeyframeHandle(*other.fHandle, false) : nullptr)
 {
 }
 

@@ -27,7 +27,7 @@ private:
     TparamCurveDeltaComp fStep;
 };
 
-} // namespace
+}  // namespace
 
 bool TparamCurveDeltaUser::fDeltaMessagingEnabled = false;
 
@@ -398,7 +398,7 @@ void TparamCurveDeltaList::convertPCDDragSegment(TPCDdragSegment* segment)
         TtimeValue const now = handle->timeValue();
         double const value = handle->value();
         TkeyframeHandle fresh(*handle, false);
-        append(new TPCDdragKey(&fresh, segment->prevIndices().at(i), now - timeChange, value - valueChange, 0.0,
-                               now, value, 0.0, segment->moveOption(), segment->paramCurve()));
+        append(new TPCDdragKey(&fresh, segment->prevIndices().at(i), now - timeChange, value - valueChange, 0.0, now,
+                               value, 0.0, segment->moveOption(), segment->paramCurve()));
     }
 }

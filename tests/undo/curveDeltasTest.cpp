@@ -37,25 +37,25 @@ TEST(CurveDeltaRecords, TypeNumbersAndNames)
     };
     std::vector<Case> cases;
     cases.push_back({std::make_unique<TPCDdragKey>(&curve), ZFn::kKeyframeDeltaMove, "kKeyframeDeltaMove"});
-    cases.push_back({std::make_unique<TPCDscaleKey>(&curve, TtimeValue(), TtimeValue(), TtimeValue(), TtimeValue(),
-                                                    TtimeValue()),
-                     ZFn::kKeyframeDeltaScale, "kKeyframeDeltaScale"});
+    cases.push_back(
+        {std::make_unique<TPCDscaleKey>(&curve, TtimeValue(), TtimeValue(), TtimeValue(), TtimeValue(), TtimeValue()),
+         ZFn::kKeyframeDeltaScale, "kKeyframeDeltaScale"});
     cases.push_back({std::make_unique<TPCDaddRemoveKey>(&curve, nullptr, TPCDaddRemoveKey::kAdded),
                      ZFn::kKeyframeDeltaAddRemove, "kKeyframeDeltaAddRemove"});
     cases.push_back({std::make_unique<TPCDinsertKey>(&curve, nullptr, nullptr, nullptr), ZFn::kKeyframeDeltaAddRemove,
                      "kKeyframeDeltaAddRemove"});
-    cases.push_back({std::make_unique<TPCDblockAddRemoveKey>(&curve, nullptr, nullptr, TtimeValue(), TtimeValue(),
-                                                             kTangentFixed, kTangentFixed, false,
-                                                             TPCDblockAddRemoveKey::kBlockAdded),
-                     ZFn::kKeyframeDeltaBlockAddRemove, "kKeyframeDeltaBlockAddRemove"});
-    cases.push_back({std::make_unique<TPCDinfinityType>(&curve, true, TparamCurveEnums::kConstant,
-                                                        TparamCurveEnums::kCycle),
-                     ZFn::kKeyframeDeltaInfType, "kKeyframeDeltaInfType"});
+    cases.push_back(
+        {std::make_unique<TPCDblockAddRemoveKey>(&curve, nullptr, nullptr, TtimeValue(), TtimeValue(), kTangentFixed,
+                                                 kTangentFixed, false, TPCDblockAddRemoveKey::kBlockAdded),
+         ZFn::kKeyframeDeltaBlockAddRemove, "kKeyframeDeltaBlockAddRemove"});
+    cases.push_back(
+        {std::make_unique<TPCDinfinityType>(&curve, true, TparamCurveEnums::kConstant, TparamCurveEnums::kCycle),
+         ZFn::kKeyframeDeltaInfType, "kKeyframeDeltaInfType"});
     cases.push_back({std::make_unique<TPCDdragTan>(&curve, 0u), ZFn::kKeyframeDeltaTangent, "kKeyframeDeltaTangent"});
-    cases.push_back({std::make_unique<TPCDweightedTangents>(&curve, true), ZFn::kKeyframeDeltaWeighted,
-                     "kKeyframeDeltaWeighted"});
-    cases.push_back({std::make_unique<TPCDbreakdown>(&curve, 0u, false), ZFn::kKeyframeDeltaBreakdown,
-                     "kKeyframeDeltaBreakdown"});
+    cases.push_back(
+        {std::make_unique<TPCDweightedTangents>(&curve, true), ZFn::kKeyframeDeltaWeighted, "kKeyframeDeltaWeighted"});
+    cases.push_back(
+        {std::make_unique<TPCDbreakdown>(&curve, 0u, false), ZFn::kKeyframeDeltaBreakdown, "kKeyframeDeltaBreakdown"});
     cases.push_back({std::make_unique<TPCDrotationInterpolation>(&curve, 0, 3), ZFn::kKeyframeDelta, "kKeyframeDelta"});
     cases.push_back({std::make_unique<TPCDcurveDelta>(&curve), ZFn::kKeyframeDelta, "kKeyframeDelta"});
     for (Case const& c : cases) {
@@ -173,8 +173,8 @@ TEST(DeltaCollection, AddDeltaOutsideAModificationTakesNothing)
     EXPECT_EQ(composite->length(), 4u);
 }
 
-std::unique_ptr<TPCDdragKey> drag(TparamCurve* curve, TkeyframeHandle* handle, float from, double fromValue,
-                                  float to, double toValue)
+std::unique_ptr<TPCDdragKey> drag(TparamCurve* curve, TkeyframeHandle* handle, float from, double fromValue, float to,
+                                  double toValue)
 {
     return std::make_unique<TPCDdragKey>(handle, 0, TtimeValue(from), fromValue, 0.0, TtimeValue(to), toValue, 0.0,
                                          TparamCurveEnums::kMoveBetweenNeighbours, curve);

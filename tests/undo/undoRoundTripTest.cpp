@@ -38,9 +38,9 @@ public:
 
     TtangentType anyType()
     {
-        static TtangentType const types[] = {kTangentFixed, kTangentLinear, kTangentFlat,    kTangentStep,
-                                             kTangentSlow,  kTangentFast,   kTangentSpline,  kTangentClamped,
-                                             kTangentAuto,  kTangentStepNext, kTangentSmooth, kTangentOldClamped,
+        static TtangentType const types[] = {kTangentFixed,  kTangentLinear,   kTangentFlat,   kTangentStep,
+                                             kTangentSlow,   kTangentFast,     kTangentSpline, kTangentClamped,
+                                             kTangentAuto,   kTangentStepNext, kTangentSmooth, kTangentOldClamped,
                                              kTangentPlateau};
         return types[fRandom() % std::size(types)];
     }
@@ -88,12 +88,8 @@ public:
             }
             break;
         }
-        case 7:
-            curve.setPreInfinityType(static_cast<TparamCurveEnums::TinfinityType>(fRandom() % 7));
-            break;
-        case 8:
-            curve.setPostInfinityType(static_cast<TparamCurveEnums::TinfinityType>(fRandom() % 7));
-            break;
+        case 7: curve.setPreInfinityType(static_cast<TparamCurveEnums::TinfinityType>(fRandom() % 7)); break;
+        case 8: curve.setPostInfinityType(static_cast<TparamCurveEnums::TinfinityType>(fRandom() % 7)); break;
         case 9: curve.setBreakdown(at, fRandom() % 2 == 0); break;
         default: curve.setIsWeighted(!curve.isWeighted()); break;
         }

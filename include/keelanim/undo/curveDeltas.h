@@ -147,9 +147,8 @@ class KEEL_API TPCDblockAddRemoveKey : public TparamCurveDelta {
 public:
     enum TblockDeltaType : std::int32_t { kBlockAdded = 0, kBlockRemoved = 1 };
 
-    TPCDblockAddRemoveKey(TparamCurve* curve, TanimTimeArray const* times, TdoubleArray const* values,
-                          TtimeValue start, TtimeValue end, TtangentType in, TtangentType out, bool flag,
-                          TblockDeltaType type);
+    TPCDblockAddRemoveKey(TparamCurve* curve, TanimTimeArray const* times, TdoubleArray const* values, TtimeValue start,
+                          TtimeValue end, TtangentType in, TtangentType out, bool flag, TblockDeltaType type);
     // The keys a blockAdd just made: the record keeps the key objects
     // themselves, so that later records of the step still find them.
     TPCDblockAddRemoveKey(TparamCurve* curve, Tkeyframe* const* keys, unsigned count, TtangentType in,
@@ -323,8 +322,8 @@ class KEEL_API TPCDdragTan : public TparamCurveDelta {
 
 public:
     TPCDdragTan(TparamCurve* curve, unsigned index);
-    TPCDdragTan(float previousX, float previousY, unsigned char flag, float currentX, float currentY,
-                TtangentType type, bool inTangent, TparamCurve* curve, unsigned index);
+    TPCDdragTan(float previousX, float previousY, unsigned char flag, float currentX, float currentY, TtangentType type,
+                bool inTangent, TparamCurve* curve, unsigned index);
     TPCDdragTan(TtangentType previous, TtangentType current, bool inTangent, TparamCurve* curve, unsigned index);
     TPCDdragTan(TPCDdragTan const& other) = default;
 
@@ -363,8 +362,8 @@ class KEEL_API TPCDdragSegment : public TparamCurveDelta {
     KEEL_TYPED(TPCDdragSegment)
 
 public:
-    TPCDdragSegment(TkeyframeHandlePtrArray& handles, TuInt32Array& indices, TtimeValue timeChange,
-                    double valueChange, TparamCurveEnums::TmoveOption option, TparamCurve* curve);
+    TPCDdragSegment(TkeyframeHandlePtrArray& handles, TuInt32Array& indices, TtimeValue timeChange, double valueChange,
+                    TparamCurveEnums::TmoveOption option, TparamCurve* curve);
     ~TPCDdragSegment() override;
 
     // Moving keys is not part of the engine yet: these replay nothing.

@@ -100,8 +100,8 @@ public:
     static void postAllMessages(TparamCurveDeltaComp& step, bool undoing);
     // Groups the curve records of `composite` by curve, in order of first
     // appearance (walking backwards when undoing).
-    static void parseDeltas(TparamCurveDeltaComp& composite, TparamCurveTableIndex& index,
-                            TdeltaPtrArrayArray& groups, bool undoing);
+    static void parseDeltas(TparamCurveDeltaComp& composite, TparamCurveTableIndex& index, TdeltaPtrArrayArray& groups,
+                            bool undoing);
 
     static bool fDeltaMessagingEnabled;
 
