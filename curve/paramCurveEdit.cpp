@@ -189,18 +189,26 @@ bool TparamCurve::insert(Tkeyframe const& key, bool keepTangents, bool select)
 
 bool TparamCurve::insert(Tkeyframe* key, bool keepTangents)
 {
+    return placeKey(key, keepTangents, false);
+}
+
+// Puts a key object into its slot; the curve owns it on success. A key
+// coming back from an undo record is announced to handles instead of being
+// recorded as a new addition.
+bool TparamCurve::placeKey(Tkeyframe* key, bool keepTangents, bool returning)
+{
     unsigned index = 0;
     if (key == nullptr || !acceptsTimeForm(key->timeValue()) || findStoredTime(key->timeValue(), index)) {
         return false;
     }
     TchangeScope change(*this, kChangeAll);
-    if (!change.open()) {
+    if (!change.open() || !insertPointerAt(key, index)) {
         return false;
     }
-    if (!insertPointerAt(key, index)) {
-        return false;
+    if (returning && hasMessage(TkeyframeAddDeleteMsgTmeta)) {
+        notifyClients(TkeyframeAddDeleteMsg(key, true));
     }
-    if (isMod()) {
+    if (!returning && isMod()) {
         record(new TPCDaddRemoveKey(this, key, TPCDaddRemoveKey::kAdded));
     }
     keysChangedAround(index, keepTangents);
@@ -361,25 +369,7 @@ bool TparamCurve::insert(TtimeValue const& time, bool breakdown, bool allChannel
 
 bool TparamCurve::addRemovedKey(Tkeyframe* key)
 {
-    unsigned index = 0;
-    if (key == nullptr || !acceptsTimeForm(key->timeValue()) || findStoredTime(key->timeValue(), index)) {
-        return false;
-    }
-    TchangeScope change(*this, kChangeAll);
-    if (!change.open()) {
-        return false;
-    }
-    if (!insertPointerAt(key, index)) {
-        return false;
-    }
-    if (hasMessage(TkeyframeAddDeleteMsgTmeta)) {
-        notifyClients(TkeyframeAddDeleteMsg(key, true));
-    }
-    keysChangedAround(index, true);
-    checkStaticValueCondition(index);
-    notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyInserted);
-    change.modified();
-    return true;
+    return placeKey(key, true, true);
 }
 
 // --- Block add ---------------------------------------------------------------------------

@@ -217,6 +217,20 @@ void weightedTangent(float x, float y, double length, float& outX, float& outY)
     outY = static_cast<float>(slope * length);
 }
 
+// A tangent as the other segment kind reads it: a weighted one along the
+// same slope with its handle at a third of the span, or an unweighted unit
+// vector.
+void convertTangent(float& x, float& y, bool toWeighted, double length)
+{
+    if (toWeighted) {
+        float const fromX = x;
+        float const fromY = y;
+        weightedTangent(fromX, fromY, length, x, y);
+    } else {
+        T2dHermite::validateTangent(x, y);
+    }
+}
+
 }  // namespace
 
 void TparamCurve::setWeightedFlag(bool weighted)
@@ -243,26 +257,12 @@ bool TparamCurve::setIsWeighted(bool weighted)
         double const after = i + 1 < count ? hostSeconds(keyframe(i + 1)) - t : 0.0;
         float x = 0.0f;
         float y = 0.0f;
-        float newX = 0.0f;
-        float newY = 0.0f;
         key->getTanIn(x, y);
-        if (weighted) {
-            weightedTangent(x, y, before > 0.0 ? before : after, newX, newY);
-        } else {
-            newX = x;
-            newY = y;
-            T2dHermite::validateTangent(newX, newY);
-        }
-        key->setTanIn(newX, newY);
+        convertTangent(x, y, weighted, before > 0.0 ? before : after);
+        key->setTanIn(x, y);
         key->getTanOut(x, y);
-        if (weighted) {
-            weightedTangent(x, y, after > 0.0 ? after : before, newX, newY);
-        } else {
-            newX = x;
-            newY = y;
-            T2dHermite::validateTangent(newX, newY);
-        }
-        key->setTanOut(newX, newY);
+        convertTangent(x, y, weighted, after > 0.0 ? after : before);
+        key->setTanOut(x, y);
     }
     setWeightedFlag(weighted);
     if (isMod()) {

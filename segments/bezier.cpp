@@ -380,18 +380,10 @@ void T2dBezier::validateTangent(float& x, float&)
 
 bool T2dBezier::setTanIn(Tkeyframe* key, float x, float y)
 {
-    if (key == nullptr || std::isnan(x) || std::isnan(y)) {
-        return false;
-    }
-    validateTangent(x, y);
-    return storeTanIn(key, x, y);
+    return setValidated(key, x, y, true, [](float& vx, float& vy) { validateTangent(vx, vy); });
 }
 
 bool T2dBezier::setTanOut(Tkeyframe* key, float x, float y)
 {
-    if (key == nullptr || std::isnan(x) || std::isnan(y)) {
-        return false;
-    }
-    validateTangent(x, y);
-    return storeTanOut(key, x, y);
+    return setValidated(key, x, y, false, [](float& vx, float& vy) { validateTangent(vx, vy); });
 }

@@ -63,20 +63,12 @@ void T2dEaseCurve::validateTangent(float& x, float&)
 
 bool T2dEaseCurve::setTanIn(Tkeyframe* key, float x, float y)
 {
-    if (key == nullptr || std::isnan(x) || std::isnan(y)) {
-        return false;
-    }
-    validateTangent(x, y);
-    return storeTanIn(key, x, y);
+    return setValidated(key, x, y, true, [](float& vx, float& vy) { validateTangent(vx, vy); });
 }
 
 bool T2dEaseCurve::setTanOut(Tkeyframe* key, float x, float y)
 {
-    if (key == nullptr || std::isnan(x) || std::isnan(y)) {
-        return false;
-    }
-    validateTangent(x, y);
-    return storeTanOut(key, x, y);
+    return setValidated(key, x, y, false, [](float& vx, float& vy) { validateTangent(vx, vy); });
 }
 
 void T2dEaseCurve::getMinMaxTimeAndValue(float& minTime, double& minValue, float& maxTime, double& maxValue) const

@@ -77,20 +77,12 @@ bool T2dHermite::validateTangent(float& x, float& y)
 
 bool T2dHermite::setTanIn(Tkeyframe* key, float x, float y)
 {
-    if (key == nullptr || std::isnan(x) || std::isnan(y)) {
-        return false;
-    }
-    validateTangent(x, y);
-    return storeTanIn(key, x, y);
+    return setValidated(key, x, y, true, [](float& vx, float& vy) { validateTangent(vx, vy); });
 }
 
 bool T2dHermite::setTanOut(Tkeyframe* key, float x, float y)
 {
-    if (key == nullptr || std::isnan(x) || std::isnan(y)) {
-        return false;
-    }
-    validateTangent(x, y);
-    return storeTanOut(key, x, y);
+    return setValidated(key, x, y, false, [](float& vx, float& vy) { validateTangent(vx, vy); });
 }
 
 void T2dHermite::bezierControls(double& y1, double& y2, bool guarded) const

@@ -186,7 +186,8 @@ public:
     bool copy(TtypedArray const& other, unsigned first = 0, unsigned n = kAll)
     {
         if (this == &other) {
-            TtypedArray const snapshot(other);
+            TtypedArray const snapshot(
+                other);  // NOLINT(performance-unnecessary-copy-initialization): other may be this
             return copy(snapshot, first, n);
         }
         this->changeLogicalSizeTo(0);
@@ -244,7 +245,7 @@ public:
 
     bool insert(T const& value, unsigned index)
     {
-        T const held(value);  // value may live in this array
+        T const held(value);  // NOLINT(performance-unnecessary-copy-initialization): value may live in this array
         if (!insertElement(nullptr, index, 1)) {
             return false;
         }

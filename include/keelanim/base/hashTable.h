@@ -116,8 +116,8 @@ public:
 
     static std::uint32_t hashOf(Key const& key)
     {
-        return ThashUtil::hash32(&key, sizeof(Key), 0);
-    }  // NOLINT(bugprone-sizeof-expression): the key bytes
+        return ThashUtil::hash32(&key, sizeof(Key), 0);  // NOLINT(bugprone-sizeof-expression): the key bytes
+    }
 
     // Adds the pair, or replaces the value of an existing key.
     bool insert(Key const& key, Value const& value)

@@ -383,6 +383,7 @@ private:
     // Removes key i: the key is recorded for undo, handed back (`detach`),
     // or deleted. Answers the key when it was recorded or detached.
     bool removeOne(unsigned index, Tkeyframe const* record, bool detach, Tkeyframe** detached);
+    bool placeKey(Tkeyframe* key, bool keepTangents, bool returning);
     static void disposeIfNotHeld(class TparamCurveDeltaComp& holder, Tdelta* delta);
     // Records `delta` when a modification is open; deletes it otherwise.
     void record(Tdelta* delta);

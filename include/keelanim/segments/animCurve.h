@@ -111,6 +111,15 @@ protected:
     // true when the key changed.
     static bool storeTanIn(Tkeyframe* key, float x, float y);
     static bool storeTanOut(Tkeyframe* key, float x, float y);
+    // Validates (x, y) with the kind's rule, then stores it on one side.
+    template <class Validate> static bool setValidated(Tkeyframe* key, float x, float y, bool in, Validate validate)
+    {
+        if (key == nullptr || x != x || y != y) {  // NaN never reaches a key
+            return false;
+        }
+        validate(x, y);
+        return in ? storeTanIn(key, x, y) : storeTanOut(key, x, y);
+    }
     // The spline rule of Hermite spans: one pair for both sides, through the
     // neighbours (a near-vertical slope when they almost coincide in time).
     // Other kinds may use it as their own.

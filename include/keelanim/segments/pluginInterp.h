@@ -70,5 +70,5 @@ public:
     static bool getAnimCurveInterpList(TpluginAnimCurveInterpPtrArray& out);
 
     // Null until the first registration.
-    static TpluginAnimCurveInterpPtrArray* interpList;
+    static TpluginAnimCurveInterpPtrArray* interpList;  // NOLINT(readability-identifier-naming): the name hosts use
 };
