@@ -25,7 +25,7 @@ struct TkeySpec {
     TtangentType fOut = kTangentFixed;
 };
 
-// Builds a curve from key specs; tangents are stored as given.
+// Builds a curve from key descriptions; tangents are stored as given.
 inline std::unique_ptr<TparamCurve> buildCurve(bool floatTime, bool weighted, std::vector<TkeySpec> const& keys)
 {
     auto curve = std::make_unique<TparamCurve>(floatTime);
