@@ -407,6 +407,7 @@ void TparamCurve::checkStaticTanCondition(unsigned index)
 void TparamCurve::invalidateCache(int)
 {
     fInterpolatorSpan = -1;
+    fFastSpan = -1;
     fCachedKey = nullptr;
     fCachedKeyIndex = 0;
 }

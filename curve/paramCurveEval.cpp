@@ -78,6 +78,10 @@ bool TparamCurve::evaluate(unsigned index, double* value, double* outSlope)
 
 double TparamCurve::evaluateAt(TevalTime const& time)
 {
+    double fast = 0.0;
+    if (valueInFastSpan(time.fSeconds, fast)) {
+        return fast;
+    }
     unsigned const count = arrayCount();
     if (std::isnan(time.fSeconds)) {
         return count == 0 ? 0.0 : value(0);
@@ -101,7 +105,13 @@ double TparamCurve::evaluateAt(TevalTime const& time)
     if (!locateCached(time, count, index, atKey)) {
         locateBySearch(time, count, index, atKey);
     }
-    return atKey ? valueAtKey(index) : valueInSpan(index, time.fSeconds);
+    if (atKey) {
+        fFastSpan = -1;
+        return valueAtKey(index);
+    }
+    double const value = valueInSpan(index, time.fSeconds);
+    rememberFastSpan(index);
+    return value;
 }
 
 void TparamCurve::cacheKey(unsigned index)
@@ -192,6 +202,48 @@ bool TparamCurve::locateBySearch(TevalTime const& time, unsigned count, unsigned
         atKey = false;
     }
     return true;
+}
+
+// The shortcut holds while the curve and the global switches are as they
+// were when the span was answered: a time strictly between its keys is
+// answered the same way by the cached lookup, and the segment (when the span
+// uses one) is still built for it.
+bool TparamCurve::valueInFastSpan(double seconds, double& value) const
+{
+    if (fFastSpan < 0 || !(seconds > fFastStart && seconds < fFastEnd) || isStatic() ||
+        fsOverrideTangentsForBlockingMode || Tkeyframe::fsOverrideTangentsForBlockingMode) {
+        return false;
+    }
+    switch (fFastMethod) {
+    case Tkeyframe::kInterpSegment:
+        if (fInterpolator == nullptr || fInterpolatorSpan != fFastSpan) {
+            return false;
+        }
+        value = fInterpolator->evaluate(seconds);
+        return true;
+    case Tkeyframe::kInterpLinear:
+        if (fFastStart == fFastEnd) {
+            return false;
+        }
+        value =
+            fFastFirstValue + (seconds - fFastStart) / (fFastEnd - fFastStart) * (fFastSecondValue - fFastFirstValue);
+        return true;
+    case Tkeyframe::kInterpStep: value = fFastFirstValue; return true;
+    case Tkeyframe::kInterpStepNext: value = fFastSecondValue; return true;
+    }
+    return false;
+}
+
+void TparamCurve::rememberFastSpan(unsigned lo)
+{
+    Tkeyframe const* first = keyframe(lo);
+    Tkeyframe const* second = keyframe(lo + 1);
+    fFastSpan = static_cast<std::int32_t>(lo);
+    fFastStart = hostSeconds(first);
+    fFastEnd = hostSeconds(second);
+    fFastFirstValue = first->value();
+    fFastSecondValue = second->value();
+    fFastMethod = first->interpMethod();
 }
 
 double TparamCurve::valueAtKey(unsigned index)
@@ -287,9 +339,19 @@ double TparamCurve::evaluateInfinities(float seconds, bool pre)
 double TparamCurve::valueInRange(double secondsTime)
 {
     unsigned index = 0;
+    double fast = 0.0;
     if (isAnimTimeCurve()) {
         TtimeValue const ticks(TanimTime(secondsTime, kSeconds));
+        if (valueInFastSpan(ticks.seconds(), fast)) {
+            return fast;  // strictly between two keys: no key at this tick
+        }
         return find(ticks, index) ? value(index) : evaluate(ticks);
+    }
+    // find() looks within the key tolerance of the time narrowed to single
+    // precision: beyond that reach of the span's ends no key can answer.
+    double const reach = kTimeTolerance + std::fabs(secondsTime) * 0x1p-23;
+    if (secondsTime - reach > fFastStart && secondsTime + reach < fFastEnd && valueInFastSpan(secondsTime, fast)) {
+        return fast;
     }
     if (find(TtimeValue(narrowToFloat(secondsTime)), index)) {
         return value(index);
@@ -300,8 +362,8 @@ double TparamCurve::valueInRange(double secondsTime)
 double TparamCurve::evaluateInfinitiesAt(double t, bool pre)
 {
     unsigned const last = arrayCount() - 1;
-    double const first = doubleSeconds(keyframe(0));
-    double const end = doubleSeconds(keyframe(last));
+    double const first = hostSeconds(keyframe(0));
+    double const end = hostSeconds(keyframe(last));
     double const range = end - first;
     if (range == 0.0 || std::isnan(t)) {
         return value(0);

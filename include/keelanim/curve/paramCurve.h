@@ -418,6 +418,10 @@ private:
     bool locateBySearch(TevalTime const& time, unsigned count, unsigned& index, bool& atKey);
     double valueAtKey(unsigned index);
     double valueInSpan(unsigned lo, double seconds);
+    // The value at a time strictly inside the span of the last evaluation,
+    // computed as valueInSpan would; false when that shortcut does not hold.
+    bool valueInFastSpan(double seconds, double& value) const;
+    void rememberFastSpan(unsigned lo);
     void cacheKey(unsigned index);
     bool splitSpanAt(TtimeValue const& time, Tkeyframe& made, float neighbourTangents[4], bool& reshapes);
 
@@ -431,6 +435,15 @@ private:
     Tkeyframe* fCachedKey = nullptr;
     unsigned fCachedKeyIndex = 0;
     std::int32_t fInterpolatorSpan = -1;
+    // The span the last evaluation landed in, with its open time interval:
+    // a time strictly inside it is answered at once, as the cached lookup
+    // would answer it.
+    std::int32_t fFastSpan = -1;
+    double fFastStart = 0.0;
+    double fFastEnd = 0.0;
+    double fFastFirstValue = 0.0;
+    double fFastSecondValue = 0.0;
+    Tkeyframe::TspanInterpMethod fFastMethod = Tkeyframe::kInterpSegment;
     T2dAnimCurve* fInterpolator = nullptr;
     std::uint16_t fChangeDepth = 0;
     bool fChangeAnswer = true;

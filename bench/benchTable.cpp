@@ -1,0 +1,319 @@
+// The engine against the reference evaluator: one table of ns/op, ratio and
+// target per case, ending with "within target: N of M".
+
+#include "reference/referenceEvaluator.h"
+
+#include <keelanim/keelanim.h>
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <map>
+#include <memory>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+constexpr float kFrame = 1.0f / 24.0f;
+constexpr double kRatioTarget = 2.0;
+
+// Keys one second apart with random values and tangents, all spans of one
+// kind; weighted curves get handles off the thirds of their spans.
+std::unique_ptr<TparamCurve> benchCurve(unsigned count, keelref::Tkind kind, unsigned seed)
+{
+    auto curve = std::make_unique<TparamCurve>(true);
+    curve->setCurveFlag(TparamCurve::kWeightedBit, kind == keelref::Tkind::kBezier);
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<float> value(-10.0f, 10.0f);
+    std::uniform_real_distribution<float> weight(0.5f, 1.8f);
+    TtangentType const type = kind == keelref::Tkind::kLinear ? kTangentLinear
+                              : kind == keelref::Tkind::kStep ? kTangentStep
+                                                              : kTangentFixed;
+    TanimTimeArray times;
+    TdoubleArray values;
+    for (unsigned i = 0; i < count; ++i) {
+        times.addLast(TanimTime::fromTicks(int(i) * kTicksPerSecond));
+        values.addLast(value(random));
+    }
+    curve->blockAdd(times, values, type, type);
+    if (type == kTangentFixed) {
+        for (unsigned i = 0; i < count; ++i) {
+            Tkeyframe* key = curve->keyframe(i);
+            float const slope = value(random) * 0.3f;
+            bool const weighted = kind == keelref::Tkind::kBezier;
+            key->setTanIn(weighted ? weight(random) : 1.0f, slope);
+            key->setTanOut(weighted ? weight(random) : 1.0f, slope);
+        }
+    }
+    curve->invalidateCache();
+    return curve;
+}
+
+struct Tresult {
+    double fEngine = 0.0;
+    double fReference = 0.0;
+    double fTarget = kRatioTarget;
+    bool fRatio = true;  // compare with the reference; else fEngine against fTarget
+    char const* fUnit = "ns/op";
+};
+
+std::map<std::string, Tresult> sResults;
+std::vector<std::string> sOrder;
+
+Tresult& result(std::string const& name)
+{
+    if (sResults.find(name) == sResults.end()) {
+        sOrder.push_back(name);
+    }
+    return sResults[name];
+}
+
+class TtableReporter : public benchmark::ConsoleReporter {
+public:
+    void ReportRuns(std::vector<Run> const& runs) override
+    {
+        for (Run const& run : runs) {
+            std::string const name = run.benchmark_name();
+            std::size_t const slash = name.find('/');
+            std::string const side = name.substr(0, slash);
+            std::string const rest = name.substr(slash + 1);
+            std::string const caseName = rest.substr(0, std::min(rest.find("/min_time"), rest.find("/iterations")));
+            double const ns = run.GetAdjustedRealTime();
+            (side == "engine" ? result(caseName).fEngine : result(caseName).fReference) = ns;
+        }
+    }
+};
+
+// Times at which a case evaluates, cycling through them.
+std::vector<double> sweep(unsigned count, bool reverse)
+{
+    std::vector<double> times;
+    for (unsigned i = 0; double(i) * kFrame < double(count - 1); ++i) {
+        times.push_back(float(double(i) * kFrame));
+    }
+    if (reverse) {
+        std::reverse(times.begin(), times.end());
+    }
+    return times;
+}
+
+std::vector<double> randomTimes(unsigned count)
+{
+    std::mt19937 random(count);
+    std::uniform_real_distribution<double> when(0.0, double(count - 1));
+    std::vector<double> times(4096);
+    for (double& t : times) {
+        t = float(when(random));
+    }
+    return times;
+}
+
+// Ten ranges past the last key, in frame steps (as floats, as hosts pass
+// them).
+std::vector<double> farTimes(unsigned count)
+{
+    std::vector<double> times;
+    double const start = double(count - 1) * 11.0;
+    for (unsigned i = 0; i < 100000; ++i) {
+        times.push_back(float(start + i * double(kFrame)));
+    }
+    return times;
+}
+
+void registerEvaluation(std::string const& name, unsigned count, keelref::Tkind kind,
+                        TparamCurveEnums::TinfinityType post, std::vector<double> times)
+{
+    auto curve = std::shared_ptr<TparamCurve>(benchCurve(count, kind, count + unsigned(kind)));
+    curve->setPostInfinityType(post);
+    auto reference = std::make_shared<keelref::Tcurve>(keelref::fromEngine(*curve, kind));
+    auto shared = std::make_shared<std::vector<double>>(std::move(times));
+    result(name);
+    benchmark::RegisterBenchmark(("engine/" + name).c_str(), [curve, shared](benchmark::State& state) {
+        std::size_t next = 0;
+        std::size_t const n = shared->size();
+        for (auto _ : state) {
+            benchmark::DoNotOptimize(curve->evaluate(float((*shared)[next])));
+            next = next + 1 == n ? 0 : next + 1;
+        }
+    })->MinTime(0.05);
+    benchmark::RegisterBenchmark(("reference/" + name).c_str(), [reference, shared](benchmark::State& state) {
+        std::size_t next = 0;
+        std::size_t const n = shared->size();
+        for (auto _ : state) {
+            benchmark::DoNotOptimize(keelref::evaluate(*reference, (*shared)[next]));
+            next = next + 1 == n ? 0 : next + 1;
+        }
+    })->MinTime(0.05);
+}
+
+// Hosts evaluate many curves at one time: ns per curve per frame.
+void registerRig()
+{
+    constexpr unsigned kCurves = 10000;
+    constexpr unsigned kKeys = 20;
+    auto curves = std::make_shared<std::vector<std::unique_ptr<TparamCurve>>>();
+    auto references = std::make_shared<std::vector<keelref::Tcurve>>();
+    for (unsigned i = 0; i < kCurves; ++i) {
+        curves->push_back(benchCurve(kKeys, keelref::Tkind::kHermite, i));
+        references->push_back(keelref::fromEngine(*curves->back(), keelref::Tkind::kHermite));
+    }
+    std::string const name = "rig 10000 curves x 20 keys, 240 frames (per curve-frame)";
+    result(name);
+    benchmark::RegisterBenchmark(("engine/" + name).c_str(), [curves](benchmark::State& state) {
+        for (auto _ : state) {
+            for (int frame = 0; frame < 240; ++frame) {
+                float const t = float(frame) * kFrame * 19.0f / 10.0f;
+                for (auto& curve : *curves) {
+                    benchmark::DoNotOptimize(curve->evaluate(t));
+                }
+            }
+        }
+        state.SetItemsProcessed(state.iterations() * 240 * kCurves);
+    })->Iterations(2);
+    benchmark::RegisterBenchmark(("reference/" + name).c_str(), [references](benchmark::State& state) {
+        for (auto _ : state) {
+            for (int frame = 0; frame < 240; ++frame) {
+                double const t = float(frame) * kFrame * 19.0f / 10.0f;
+                for (auto const& curve : *references) {
+                    benchmark::DoNotOptimize(keelref::evaluate(curve, t));
+                }
+            }
+        }
+    })->Iterations(2);
+}
+
+double perCurveFrame(double ns)
+{
+    return ns / (240.0 * 10000.0);
+}
+
+// Building keys in time order: ns per key, against a fixed target.
+double buildInTimeOrder()
+{
+    constexpr unsigned kKeys = 1000000;
+    auto const start = std::chrono::steady_clock::now();
+    {
+        TparamCurve curve(false);
+        for (unsigned i = 0; i < kKeys; ++i) {
+            curve.add(Tkeyframe(TanimTime::fromTicks(int(i) * 250), double(i), kTangentFixed, kTangentFixed));
+        }
+    }
+    std::chrono::duration<double, std::nano> const spent = std::chrono::steady_clock::now() - start;
+    return spent.count() / kKeys;
+}
+
+// Bytes per key of a curve of 1,000,000 keys, counted by the key arena (the
+// keys) and by the array (the pointers).
+double bytesPerKey()
+{
+    constexpr unsigned kKeys = 1000000;
+    bool const saved = TpureArena::sPurifyInUse;
+    TpureArena::sPurifyInUse = false;
+    std::size_t const pagesBefore = Tkeyframe::arena().pageCount();
+    TparamCurve curve(false);
+    for (unsigned i = 0; i < kKeys; ++i) {
+        curve.add(Tkeyframe(TanimTime::fromTicks(int(i) * 250), double(i), kTangentFixed, kTangentFixed));
+    }
+    double const keyBytes = double(Tkeyframe::arena().pageCount() - pagesBefore) * 1024.0 * sizeof(Tkeyframe);
+    double const arrayBytes = double(curve.keyframeCountAll()) * sizeof(Tkeyframe*);
+    TpureArena::sPurifyInUse = saved;
+    return (keyBytes + arrayBytes + sizeof(TparamCurve)) / kKeys;
+}
+
+// Two threads on disjoint sets of curves against one thread doing both.
+double threadSpeedUp()
+{
+    std::vector<std::unique_ptr<TparamCurve>> curves;
+    for (unsigned i = 0; i < 2000; ++i) {
+        curves.push_back(benchCurve(20, keelref::Tkind::kHermite, i));
+    }
+    auto work = [&curves](unsigned from, unsigned to) {
+        double sum = 0.0;
+        for (int frame = 0; frame < 2000; ++frame) {
+            for (unsigned i = from; i < to; ++i) {
+                sum += curves[i]->evaluate(float(frame) * kFrame * 0.5f);
+            }
+        }
+        benchmark::DoNotOptimize(sum);
+    };
+    auto timed = [](auto&& run) {
+        auto const start = std::chrono::steady_clock::now();
+        run();
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    };
+    double const one = timed([&] { work(0, 2000); });
+    double const two = timed([&] {
+        std::thread other(work, 1000u, 2000u);
+        work(0, 1000);
+        other.join();
+    });
+    return one / two;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    benchmark::Initialize(&argc, argv);
+    for (unsigned n : {8u, 64u, 1024u, 65536u}) {
+        std::string const suffix = " N=" + std::to_string(n);
+        registerEvaluation("hermite sequential" + suffix, n, keelref::Tkind::kHermite, TparamCurveEnums::kConstant,
+                           sweep(n, false));
+        registerEvaluation("hermite reverse" + suffix, n, keelref::Tkind::kHermite, TparamCurveEnums::kConstant,
+                           sweep(n, true));
+        registerEvaluation("hermite random" + suffix, n, keelref::Tkind::kHermite, TparamCurveEnums::kConstant,
+                           randomTimes(n));
+        registerEvaluation("bezier sequential" + suffix, n, keelref::Tkind::kBezier, TparamCurveEnums::kConstant,
+                           sweep(n, false));
+        registerEvaluation("bezier random" + suffix, n, keelref::Tkind::kBezier, TparamCurveEnums::kConstant,
+                           randomTimes(n));
+        registerEvaluation("linear sequential" + suffix, n, keelref::Tkind::kLinear, TparamCurveEnums::kConstant,
+                           sweep(n, false));
+        registerEvaluation("step sequential" + suffix, n, keelref::Tkind::kStep, TparamCurveEnums::kConstant,
+                           sweep(n, false));
+        registerEvaluation("cycle far" + suffix, n, keelref::Tkind::kHermite, TparamCurveEnums::kCycle, farTimes(n));
+        registerEvaluation("cycle+offset far" + suffix, n, keelref::Tkind::kHermite, TparamCurveEnums::kCycleRelative,
+                           farTimes(n));
+        registerEvaluation("oscillate far" + suffix, n, keelref::Tkind::kHermite, TparamCurveEnums::kOscillate,
+                           farTimes(n));
+    }
+    registerRig();
+    TtableReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+
+    Tresult& rig = result("rig 10000 curves x 20 keys, 240 frames (per curve-frame)");
+    rig.fEngine = perCurveFrame(rig.fEngine);
+    rig.fReference = perCurveFrame(rig.fReference);
+    Tresult& build = result("build 1,000,000 keys in time order");
+    build = {buildInTimeOrder(), 0.0, 100.0, false, "ns/key"};
+    Tresult& memory = result("memory of a 1,000,000-key curve");
+    memory = {bytesPerKey(), 0.0, 80.0, false, "bytes/key"};
+    Tresult& threads = result("two threads on disjoint curves (speed-up)");
+    threads = {threadSpeedUp(), 0.0, 1.8, false, "x"};
+
+    unsigned within = 0;
+    std::printf("\n| case | engine | reference | ratio | target |\n|---|---|---|---|---|\n");
+    for (std::string const& name : sOrder) {
+        Tresult const& r = sResults[name];
+        bool ok = false;
+        if (r.fRatio) {
+            double const ratio = r.fReference > 0.0 ? r.fEngine / r.fReference : 0.0;
+            ok = ratio <= r.fTarget;
+            std::printf("| %s | %.1f ns/op | %.1f ns/op | %.2f | <= %.1fx |\n", name.c_str(), r.fEngine, r.fReference,
+                        ratio, r.fTarget);
+        } else {
+            ok = name.find("speed-up") != std::string::npos ? r.fEngine >= r.fTarget : r.fEngine <= r.fTarget;
+            std::printf("| %s | %.2f %s | - | - | %s %.1f %s |\n", name.c_str(), r.fEngine, r.fUnit,
+                        name.find("speed-up") != std::string::npos ? ">=" : "<=", r.fTarget, r.fUnit);
+        }
+        within += ok ? 1 : 0;
+    }
+    std::printf("\nwithin target: %u of %zu\n", within, sOrder.size());
+    return 0;
+}

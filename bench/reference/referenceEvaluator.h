@@ -1,0 +1,36 @@
+#pragma once
+
+// The leanest correct evaluator of the benchmark curves: plain sorted arrays
+// of key times and per-span coefficients, a cached span index for sweeps and
+// a binary search otherwise. It is the physical limit the engine is measured
+// against. Each evaluation is one call that the compiler cannot inline, as
+// an engine evaluation is a call into the shared library.
+
+#include <cstddef>
+#include <vector>
+
+class TparamCurve;
+
+namespace keelref {
+
+enum class Tkind { kHermite, kBezier, kLinear, kStep };
+enum class Tinfinity { kConstant, kCycle, kCycleRelative, kOscillate };
+
+struct Tcurve {
+    Tkind fKind = Tkind::kHermite;
+    Tinfinity fPost = Tinfinity::kConstant;
+    std::vector<double> fTimes;
+    std::vector<double> fValues;
+    // Per span: Hermite power coefficients a, b, c (d is the first value), or
+    // Bezier control points x1, y1, x2, y2.
+    std::vector<double> fA, fB, fC, fD;
+    mutable std::size_t fCached = 0;
+};
+
+// Copies a curve of the engine whose spans are all of one kind.
+Tcurve fromEngine(TparamCurve const& curve, Tkind kind);
+
+// The value at t in seconds.
+double evaluate(Tcurve const& curve, double t);
+
+}  // namespace keelref
