@@ -353,7 +353,9 @@ void Tkeyframe::updateGlobalTangentTypes(TtangentType in, TtangentType out)
 {
     TtangentType defaultIn = kTangentSpline;
     TtangentType defaultOut = kTangentSpline;
-    keyTangentDefaults(defaultIn, defaultOut);
+    if (in == kTangentGlobal || out == kTangentGlobal) {
+        keyTangentDefaults(defaultIn, defaultOut);  // only when a default is asked for
+    }
     fTanInType = in == kTangentGlobal ? defaultIn : in;
     fTanOutType = out == kTangentGlobal ? defaultOut : out;
 }

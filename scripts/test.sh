@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds the engine and runs every test twice: a normal build (including the
 # install/consumer test) and an AddressSanitizer + UndefinedBehaviorSanitizer
-# build. Exits non-zero on the first failure.
+# build; then the threaded-evaluation test under ThreadSanitizer. Exits
+# non-zero on the first failure.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/setup.sh"
@@ -21,4 +22,10 @@ run_pass() {
 run_pass build -DCMAKE_BUILD_TYPE=RelWithDebInfo
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   run_pass build-sanitize -DCMAKE_BUILD_TYPE=Debug -DKEEL_SANITIZE=ON
+# Two threads evaluating disjoint curves, under ThreadSanitizer.
+echo "==> configure build-tsan"
+cmake -S "$root" -B "$root/build-tsan" -DKEEL_WERROR=ON -DCMAKE_BUILD_TYPE=Debug -DKEEL_TSAN=ON \
+  -DKEEL_BUILD_EXAMPLES=OFF -DKEEL_INSTALL_TEST=OFF >/dev/null
+cmake --build "$root/build-tsan" --target thread_tests -j "$jobs"
+TSAN_OPTIONS=halt_on_error=1 "$root/build-tsan/tests/thread_tests"
 echo "==> all tests passed"
