@@ -4,6 +4,7 @@
 
 #include "keelanim/base/numeric.h"
 #include "keelanim/segments/animCurve.h"
+#include "keelanim/segments/hermite.h"
 #include "keelanim/segments/pluginInterp.h"
 
 #include <cmath>
@@ -48,6 +49,43 @@ int TparamCurve::compareWithKey(TevalTime const& time, unsigned index) const
 
 // --- Evaluation ------------------------------------------------------------------------------
 
+// The shortcut holds while the curve and the global switches are as they
+// were when the span was answered: a time strictly between its keys is
+// answered the same way by the cached lookup, and the segment (when the span
+// uses one) is still built for it.
+[[gnu::always_inline]] inline bool TparamCurve::valueInFastSpan(double seconds, double& value) const
+{
+    // A static curve never remembers a span (it answers its first value).
+    if (fFastSpan < 0 || !(seconds > fFastStart && seconds < fFastEnd) || fsOverrideTangentsForBlockingMode ||
+        Tkeyframe::fsOverrideTangentsForBlockingMode) {
+        return false;
+    }
+    switch (fFastMethod) {
+    case Tkeyframe::kInterpSegment:
+        if (fFastCubic) {
+            // T2dHermite::evaluate's arithmetic, in the same order.
+            double const u = seconds - fFastCubicX0;
+            value = ((fFastCubicA * u + fFastCubicB) * u + fFastCubicC) * u + fFastCubicD;
+            return true;
+        }
+        if (fInterpolator == nullptr || fInterpolatorSpan != fFastSpan) {
+            return false;
+        }
+        value = fInterpolator->evaluate(seconds);
+        return true;
+    case Tkeyframe::kInterpLinear:
+        if (fFastStart == fFastEnd) {
+            return false;
+        }
+        value =
+            fFastFirstValue + (seconds - fFastStart) / (fFastEnd - fFastStart) * (fFastSecondValue - fFastFirstValue);
+        return true;
+    case Tkeyframe::kInterpStep: value = fFastFirstValue; return true;
+    case Tkeyframe::kInterpStepNext: value = fFastSecondValue; return true;
+    }
+    return false;
+}
+
 double TparamCurve::evaluate(TtimeValue const& time)
 {
     return evaluateAt(evalTime(time));
@@ -55,6 +93,10 @@ double TparamCurve::evaluate(TtimeValue const& time)
 
 double TparamCurve::evaluate(float seconds)
 {
+    double fast = 0.0;
+    if (valueInFastSpan(seconds, fast)) {
+        return fast;
+    }
     return evaluateAt(TevalTime{seconds, 0, false});
 }
 
@@ -204,38 +246,12 @@ bool TparamCurve::locateBySearch(TevalTime const& time, unsigned count, unsigned
     return true;
 }
 
-// The shortcut holds while the curve and the global switches are as they
-// were when the span was answered: a time strictly between its keys is
-// answered the same way by the cached lookup, and the segment (when the span
-// uses one) is still built for it.
-bool TparamCurve::valueInFastSpan(double seconds, double& value) const
-{
-    if (fFastSpan < 0 || !(seconds > fFastStart && seconds < fFastEnd) || isStatic() ||
-        fsOverrideTangentsForBlockingMode || Tkeyframe::fsOverrideTangentsForBlockingMode) {
-        return false;
-    }
-    switch (fFastMethod) {
-    case Tkeyframe::kInterpSegment:
-        if (fInterpolator == nullptr || fInterpolatorSpan != fFastSpan) {
-            return false;
-        }
-        value = fInterpolator->evaluate(seconds);
-        return true;
-    case Tkeyframe::kInterpLinear:
-        if (fFastStart == fFastEnd) {
-            return false;
-        }
-        value =
-            fFastFirstValue + (seconds - fFastStart) / (fFastEnd - fFastStart) * (fFastSecondValue - fFastFirstValue);
-        return true;
-    case Tkeyframe::kInterpStep: value = fFastFirstValue; return true;
-    case Tkeyframe::kInterpStepNext: value = fFastSecondValue; return true;
-    }
-    return false;
-}
-
 void TparamCurve::rememberFastSpan(unsigned lo)
 {
+    if (isStatic()) {
+        fFastSpan = -1;
+        return;
+    }
     Tkeyframe const* first = keyframe(lo);
     Tkeyframe const* second = keyframe(lo + 1);
     fFastSpan = static_cast<std::int32_t>(lo);
@@ -244,6 +260,18 @@ void TparamCurve::rememberFastSpan(unsigned lo)
     fFastFirstValue = first->value();
     fFastSecondValue = second->value();
     fFastMethod = first->interpMethod();
+    fFastCubic = false;
+    if (fFastMethod == Tkeyframe::kInterpSegment && fInterpolator != nullptr &&
+        fInterpolatorSpan == static_cast<std::int32_t>(lo) &&
+        fInterpolator->interpolatorType() == kInterpolatorHermite) {
+        auto const* hermite = static_cast<T2dHermite const*>(fInterpolator);
+        fFastCubic = true;
+        fFastCubicA = hermite->a();
+        fFastCubicB = hermite->b();
+        fFastCubicC = hermite->c();
+        fFastCubicD = hermite->d();
+        fFastCubicX0 = hermite->x0();
+    }
 }
 
 double TparamCurve::valueAtKey(unsigned index)
@@ -263,8 +291,8 @@ double TparamCurve::valueInSpan(unsigned lo, double secondsTime)
     }
     switch (first->interpMethod()) {
     case Tkeyframe::kInterpLinear: {
-        double const t0 = doubleSeconds(first);
-        double const t1 = doubleSeconds(keyframe(lo + 1));
+        double const t0 = hostSeconds(first);
+        double const t1 = hostSeconds(keyframe(lo + 1));
         if (t0 == t1) {
             return first->value();
         }
@@ -436,12 +464,12 @@ void TparamCurve::setInterpolationInterval(unsigned index)
     }
     float tx = 0.0f;
     float ty = 0.0f;
-    double const x0 = doubleSeconds(first);
+    double const x0 = hostSeconds(first);
     double const y0 = first->value();
     first->getTanOut(tx, ty);
     double x1 = x0 + tx * kOneThird;
     double y1 = y0 + ty * kOneThird;
-    double const x3 = doubleSeconds(second);
+    double const x3 = hostSeconds(second);
     double const y3 = second->value();
     second->getTanIn(tx, ty);
     double x2 = x3 - tx * kOneThird;

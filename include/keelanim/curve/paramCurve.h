@@ -444,6 +444,9 @@ private:
     double fFastFirstValue = 0.0;
     double fFastSecondValue = 0.0;
     Tkeyframe::TspanInterpMethod fFastMethod = Tkeyframe::kInterpSegment;
+    // A Hermite span's cubic, copied so that the shortcut needs no call.
+    bool fFastCubic = false;
+    double fFastCubicA = 0.0, fFastCubicB = 0.0, fFastCubicC = 0.0, fFastCubicD = 0.0, fFastCubicX0 = 0.0;
     T2dAnimCurve* fInterpolator = nullptr;
     std::uint16_t fChangeDepth = 0;
     bool fChangeAnswer = true;

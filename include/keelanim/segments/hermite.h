@@ -34,6 +34,7 @@ public:
     double b() const { return fB; }
     double c() const { return fC; }
     double d() const { return fD; }
+    double x0() const { return fX0; }
 
 private:
     // The equivalent Bezier's inner control values; `guarded` takes the key
