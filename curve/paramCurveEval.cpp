@@ -401,7 +401,6 @@ double TparamCurve::evaluateInfinitiesAt(double t, bool pre)
     double const fraction = std::modf((t - reference) / range, &whole);
     double const cycles = std::fabs(whole) + 1.0;
     double const offset = std::fabs(fraction) * range;
-    bool const oddCycle = std::fmod(cycles, 2.0) == 1.0;
     TparamCurveEnums::TinfinityType const type = pre ? fPreInfinity : fPostInfinity;
 
     if (type == TparamCurveEnums::kLinear) {
@@ -412,6 +411,7 @@ double TparamCurve::evaluateInfinitiesAt(double t, bool pre)
     }
     double mapped = offset;  // every other type: deliberately unshifted
     if (type == TparamCurveEnums::kOscillate) {
+        bool const oddCycle = std::fmod(cycles, 2.0) == 1.0;
         mapped = (oddCycle == !pre) ? end - offset : first + offset;
     } else if (type == TparamCurveEnums::kCycle || type == TparamCurveEnums::kCycleRelative) {
         mapped = pre ? end - offset : first + offset;
