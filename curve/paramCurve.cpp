@@ -135,11 +135,6 @@ unsigned TparamCurve::indexOfKey(Tkeyframe const* key) const
     return kArrayFailure;
 }
 
-Tkeyframe* TparamCurve::keyframe(unsigned index) const
-{
-    return fTickKeys != nullptr ? fTickKeys->at(index) : fFloatKeys->at(index);
-}
-
 unsigned TparamCurve::insertPointer(Tkeyframe* key)
 {
     unsigned index = 0;

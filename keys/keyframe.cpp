@@ -316,19 +316,9 @@ bool Tkeyframe::setTanOut(float x, float y)
     return true;
 }
 
-bool Tkeyframe::blockingOverrideApplies() const
+bool Tkeyframe::writingFile()
 {
-    return isTickTime() && fsOverrideTangentsForBlockingMode && !TglobalTranslatorBase::writingFileCondition();
-}
-
-TtangentType Tkeyframe::tanInType() const
-{
-    return blockingOverrideApplies() ? kTangentStep : fTanInType;
-}
-
-TtangentType Tkeyframe::tanOutType() const
-{
-    return blockingOverrideApplies() ? kTangentStep : fTanOutType;
+    return TglobalTranslatorBase::writingFileCondition();
 }
 
 void Tkeyframe::setTanInType(TtangentType type)

@@ -6,11 +6,6 @@ TkeyframeSortedArray<Order>::TkeyframeSortedArray(bool allowDuplicates, unsigned
 {
 }
 
-template <class Order> Tkeyframe* TkeyframeSortedArray<Order>::at(unsigned index) const
-{
-    return index < count() ? keys()[index] : nullptr;
-}
-
 template <class Order> unsigned TkeyframeSortedArray<Order>::firstOfEqual(Key probe, unsigned index) const
 {
     while (index > 0) {

@@ -100,7 +100,10 @@ public:
     // The number of keys; with kHideKeysBit set, hidden keys are not counted.
     unsigned keyframeCount() const;
     // The key at array index `index`, or null.
-    Tkeyframe* keyframe(unsigned index) const;
+    Tkeyframe* keyframe(unsigned index) const
+    {
+        return fTickKeys != nullptr ? fTickKeys->at(index) : fFloatKeys->at(index);
+    }
     // The visible key at or next to `index`: direction > 0 looks forward,
     // < 0 backward; 0 reads `index` as the ordinal among visible keys. The
     // index is rewritten to the key's array index. Null when none.

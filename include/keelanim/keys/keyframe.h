@@ -124,8 +124,8 @@ public:
     bool setTanOut(float x, float y);
     // The types evaluation should use: stepped for tick keys while the
     // blocking-mode override is on and no file is being written.
-    TtangentType tanInType() const;
-    TtangentType tanOutType() const;
+    TtangentType tanInType() const { return blockingOverrideApplies() ? kTangentStep : fTanInType; }
+    TtangentType tanOutType() const { return blockingOverrideApplies() ? kTangentStep : fTanOutType; }
     // The types as stored, never overridden.
     TtangentType storedTanInType() const { return fTanInType; }
     TtangentType storedTanOutType() const { return fTanOutType; }
@@ -185,7 +185,10 @@ public:
 
 private:
     void initialise(TtangentType in, TtangentType out);
-    bool blockingOverrideApplies() const;
+    // Tick keys read as stepped while the blocking override is on, unless a
+    // file is being written; the cheap tests come first.
+    bool blockingOverrideApplies() const { return isTickTime() && fsOverrideTangentsForBlockingMode && !writingFile(); }
+    static bool writingFile();
 
     double fValue = 0.0;
     std::uint32_t fTime = 0;

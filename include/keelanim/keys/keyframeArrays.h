@@ -52,7 +52,7 @@ public:
     // --- Access ------------------------------------------------------------
     unsigned count() const { return logicalSize(); }
     // The key pointer at `index`, null for a bad index.
-    Tkeyframe* at(unsigned index) const;
+    Tkeyframe* at(unsigned index) const { return index < count() ? keys()[index] : nullptr; }
     Tkeyframe* const* keys() const { return static_cast<Tkeyframe* const*>(data()); }
 
     // --- Search ------------------------------------------------------------
