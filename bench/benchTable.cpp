@@ -23,38 +23,6 @@ namespace {
 constexpr float kFrame = 1.0f / 24.0f;
 constexpr double kRatioTarget = 2.0;
 
-// Keys one second apart with random values and tangents, all spans of one
-// kind; weighted curves get handles off the thirds of their spans.
-std::unique_ptr<TparamCurve> benchCurve(unsigned count, keelref::Tkind kind, unsigned seed)
-{
-    auto curve = std::make_unique<TparamCurve>(true);
-    curve->setCurveFlag(TparamCurve::kWeightedBit, kind == keelref::Tkind::kBezier);
-    std::mt19937 random(seed);
-    std::uniform_real_distribution<float> value(-10.0f, 10.0f);
-    std::uniform_real_distribution<float> weight(0.5f, 1.8f);
-    TtangentType const type = kind == keelref::Tkind::kLinear ? kTangentLinear
-                              : kind == keelref::Tkind::kStep ? kTangentStep
-                                                              : kTangentFixed;
-    TanimTimeArray times;
-    TdoubleArray values;
-    for (unsigned i = 0; i < count; ++i) {
-        times.addLast(TanimTime::fromTicks(int(i) * kTicksPerSecond));
-        values.addLast(value(random));
-    }
-    curve->blockAdd(times, values, type, type);
-    if (type == kTangentFixed) {
-        for (unsigned i = 0; i < count; ++i) {
-            Tkeyframe* key = curve->keyframe(i);
-            float const slope = value(random) * 0.3f;
-            bool const weighted = kind == keelref::Tkind::kBezier;
-            key->setTanIn(weighted ? weight(random) : 1.0f, slope);
-            key->setTanOut(weighted ? weight(random) : 1.0f, slope);
-        }
-    }
-    curve->invalidateCache();
-    return curve;
-}
-
 struct Tresult {
     double fEngine = 0.0;
     double fReference = 0.0;
@@ -129,7 +97,7 @@ std::vector<double> farTimes(unsigned count)
 void registerEvaluation(std::string const& name, unsigned count, keelref::Tkind kind,
                         TparamCurveEnums::TinfinityType post, std::vector<double> times)
 {
-    auto curve = std::shared_ptr<TparamCurve>(benchCurve(count, kind, count + unsigned(kind)));
+    auto curve = std::shared_ptr<TparamCurve>(keelref::benchCurve(count, kind, count + unsigned(kind)));
     curve->setPostInfinityType(post);
     auto reference = std::make_shared<keelref::Tcurve>(keelref::fromEngine(*curve, kind));
     auto shared = std::make_shared<std::vector<double>>(std::move(times));
@@ -160,7 +128,7 @@ void registerRig()
     auto curves = std::make_shared<std::vector<std::unique_ptr<TparamCurve>>>();
     auto references = std::make_shared<std::vector<keelref::Tcurve>>();
     for (unsigned i = 0; i < kCurves; ++i) {
-        curves->push_back(benchCurve(kKeys, keelref::Tkind::kHermite, i));
+        curves->push_back(keelref::benchCurve(kKeys, keelref::Tkind::kHermite, i));
         references->push_back(keelref::fromEngine(*curves->back(), keelref::Tkind::kHermite));
     }
     std::string const name = "rig 10000 curves x 20 keys, 240 frames (per curve-frame)";
@@ -253,7 +221,7 @@ void editingCases()
                                                                                     kTangentSpline);
                                                                  }),
                                                   0.0, 0.0, false, "ns/key"};
-    auto curve = benchCurve(4096, keelref::Tkind::kHermite, 5);
+    auto curve = keelref::benchCurve(4096, keelref::Tkind::kHermite, 5);
     result("insertKey with shape preservation, 4,096 keys") = {
         nanosecondsPer(4096,
                        [&] {
@@ -313,7 +281,7 @@ double threadSpeedUp()
 {
     std::vector<std::unique_ptr<TparamCurve>> curves;
     for (unsigned i = 0; i < 2000; ++i) {
-        curves.push_back(benchCurve(20, keelref::Tkind::kHermite, i));
+        curves.push_back(keelref::benchCurve(20, keelref::Tkind::kHermite, i));
     }
     auto work = [&curves](unsigned from, unsigned to) {
         double sum = 0.0;

@@ -2,6 +2,8 @@
 // curves of 8 to 65,536 keys, swept in small steps, at random times, and far
 // into cycling and oscillating infinities.
 
+#include "reference/referenceEvaluator.h"
+
 #include <keelanim/keelanim.h>
 
 #include <benchmark/benchmark.h>
@@ -14,30 +16,9 @@ namespace {
 
 constexpr float kFrame = 1.0f / 24.0f;
 
-// Keys one second apart with random values and tangents; for weighted
-// curves the handles sit off the thirds of their spans.
 std::unique_ptr<TparamCurve> benchCurve(unsigned count, bool weighted)
 {
-    auto curve = std::make_unique<TparamCurve>(true);
-    curve->setCurveFlag(TparamCurve::kWeightedBit, weighted);
-    std::mt19937 random(count);
-    std::uniform_real_distribution<float> value(-10.0f, 10.0f);
-    std::uniform_real_distribution<float> weight(0.5f, 1.8f);
-    TanimTimeArray times;
-    TdoubleArray values;
-    for (unsigned i = 0; i < count; ++i) {
-        times.addLast(TanimTime::fromTicks(int(i) * kTicksPerSecond));
-        values.addLast(value(random));
-    }
-    curve->blockAdd(times, values, kTangentFixed, kTangentFixed);
-    for (unsigned i = 0; i < count; ++i) {
-        Tkeyframe* key = curve->keyframe(i);
-        float const slope = value(random) * 0.3f;
-        key->setTanIn(weighted ? weight(random) : 1.0f, slope);
-        key->setTanOut(weighted ? weight(random) : 1.0f, slope);
-    }
-    curve->invalidateCache();
-    return curve;
+    return keelref::benchCurve(count, weighted ? keelref::Tkind::kBezier : keelref::Tkind::kHermite, count);
 }
 
 void sequential(benchmark::State& state, bool weighted)

@@ -61,36 +61,32 @@ void TparamCurve::keysChangedAround(unsigned index, bool keepTangentsAtIndex)
 
 bool TparamCurve::setValue(unsigned index, double newValue)
 {
-    Tkeyframe* key = keyframe(index);
-    if (key == nullptr || std::isnan(newValue) || key->value() == newValue) {
-        return false;
-    }
-    TchangeScope change(*this, kChangeValue);
-    if (!change.open()) {
-        return false;
-    }
-    key->setValue(newValue);
-    if (isStatic()) {
-        checkStaticValueCondition(index);
-    }
-    keysChangedAround(index, false);
-    notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyChanged);
-    change.modified();
-    return true;
+    Tkeyframe const* key = keyframe(index);
+    return key != nullptr && storeValue(index, newValue, key->quatComponent());
 }
 
 bool TparamCurve::setValue(unsigned index, double newValue, float aux)
 {
+    return !std::isnan(aux) && storeValue(index, newValue, aux);
+}
+
+// Writes a key's value (and auxiliary component) inside a bracket; nothing
+// happens when both are already stored.
+bool TparamCurve::storeValue(unsigned index, double newValue, float aux)
+{
     Tkeyframe* key = keyframe(index);
-    if (key == nullptr || std::isnan(newValue) || std::isnan(aux) ||
-        (key->value() == newValue && key->quatComponent() == aux)) {
+    if (key == nullptr || std::isnan(newValue) || (key->value() == newValue && key->quatComponent() == aux)) {
         return false;
     }
     TchangeScope change(*this, kChangeValue);
     if (!change.open()) {
         return false;
     }
-    key->setTimeAndValue(key->timeValue(), newValue, aux);
+    if (key->quatComponent() == aux) {
+        key->setValue(newValue);
+    } else {
+        key->setTimeAndValue(key->timeValue(), newValue, aux);
+    }
     if (isStatic()) {
         checkStaticValueCondition(index);
     }
@@ -400,9 +396,7 @@ bool TparamCurve::blockAdd(TanimTime const* times, double const* values, unsigne
     if (!mergeBlock(times, values, count, in, out, firstChanged)) {
         return false;
     }
-    bool const linear = in == kTangentLinear && out == kTangentLinear;
-    linear ? modifyLinearTangents(firstChanged, arrayCount() - 1)
-           : modifySmoothTangents(firstChanged, arrayCount() - 1);
+    modifySmoothTangents(firstChanged, arrayCount() - 1);  // one pass over the whole block
     for (unsigned i = firstChanged > 0 ? firstChanged - 1 : 0; i < arrayCount(); ++i) {
         setSpanInterpMethod(i);
         if (isStatic()) {
@@ -530,17 +524,27 @@ bool TparamCurve::siblingsOrSelf(bool allChannels, TparamCurve* channels[3])
     return false;
 }
 
+// Opens and at once closes a bracket on every channel: false at the first
+// that refuses, so that a multi-channel edit changes all or nothing.
+bool TparamCurve::allChannelsAccept(TparamCurve* const channels[3], unsigned mask)
+{
+    for (int i = 0; i < 3; ++i) {
+        if (channels[i] != nullptr) {
+            if (!channels[i]->beginChange(mask)) {
+                return false;
+            }
+            channels[i]->endChange(false);
+        }
+    }
+    return true;
+}
+
 bool TparamCurve::remove(unsigned index, Tkeyframe const* record, bool allChannels)
 {
     TparamCurve* channels[3];
     siblingsOrSelf(allChannels, channels);
-    for (TparamCurve* channel : channels) {
-        if (channel != nullptr) {
-            if (!channel->beginChange(kChangeAll)) {
-                return false;
-            }
-            channel->endChange(false);
-        }
+    if (!allChannelsAccept(channels, kChangeAll)) {
+        return false;
     }
     bool removed = false;
     for (TparamCurve* channel : channels) {
@@ -723,13 +727,8 @@ bool TparamCurve::applyInfinityType(bool pre, TparamCurveEnums::TinfinityType ty
 {
     TparamCurve* channels[3];
     siblingsOrSelf(isRotationCurve(), channels);
-    for (TparamCurve* channel : channels) {
-        if (channel != nullptr) {
-            if (!channel->beginChange(kChangeInfinity)) {
-                return false;
-            }
-            channel->endChange(false);
-        }
+    if (!allChannelsAccept(channels, kChangeInfinity)) {
+        return false;
     }
     for (TparamCurve* channel : channels) {
         // Compared with the request, not with what would be stored: a request

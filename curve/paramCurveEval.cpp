@@ -86,6 +86,14 @@ int TparamCurve::compareWithKey(TevalTime const& time, unsigned index) const
     return false;
 }
 
+// Sweeps land in the span of the previous evaluation almost every time: that
+// shortcut is tried first, inline, before the full rules.
+[[gnu::always_inline]] inline double TparamCurve::evaluateAt(TevalTime const& time)
+{
+    double fast = 0.0;
+    return valueInFastSpan(time.fSeconds, fast) ? fast : evaluateRules(time);
+}
+
 double TparamCurve::evaluate(TtimeValue const& time)
 {
     return evaluateAt(evalTime(time));
@@ -93,10 +101,6 @@ double TparamCurve::evaluate(TtimeValue const& time)
 
 double TparamCurve::evaluate(float seconds)
 {
-    double fast = 0.0;
-    if (valueInFastSpan(seconds, fast)) {
-        return fast;
-    }
     return evaluateAt(TevalTime{seconds, 0, false});
 }
 
@@ -118,12 +122,8 @@ bool TparamCurve::evaluate(unsigned index, double* value, double* outSlope)
     return true;
 }
 
-double TparamCurve::evaluateAt(TevalTime const& time)
+double TparamCurve::evaluateRules(TevalTime const& time)
 {
-    double fast = 0.0;
-    if (valueInFastSpan(time.fSeconds, fast)) {
-        return fast;
-    }
     unsigned const count = arrayCount();
     if (std::isnan(time.fSeconds)) {
         return count == 0 ? 0.0 : value(0);
@@ -203,7 +203,7 @@ bool TparamCurve::locateCached(TevalTime const& time, unsigned count, unsigned& 
     return false;
 }
 
-bool TparamCurve::locateBySearch(TevalTime const& time, unsigned count, unsigned& index, bool& atKey)
+void TparamCurve::locateBySearch(TevalTime const& time, unsigned count, unsigned& index, bool& atKey)
 {
     unsigned found = 0;
     bool exact = false;
@@ -243,7 +243,6 @@ bool TparamCurve::locateBySearch(TevalTime const& time, unsigned count, unsigned
         cacheKey(index);
         atKey = false;
     }
-    return true;
 }
 
 void TparamCurve::rememberFastSpan(unsigned lo)
@@ -373,7 +372,7 @@ double TparamCurve::valueInRange(double secondsTime)
         if (valueInFastSpan(ticks.seconds(), fast)) {
             return fast;  // strictly between two keys: no key at this tick
         }
-        return find(ticks, index) ? value(index) : evaluate(ticks);
+        return find(ticks, index) ? value(index) : evaluateRules(evalTime(ticks));
     }
     // find() looks within the key tolerance of the time narrowed to single
     // precision: beyond that reach of the span's ends no key can answer.

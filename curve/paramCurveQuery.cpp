@@ -60,24 +60,27 @@ TkeyframeHandle* TparamCurve::findClosestKeyframe(TtimeValue const& time, double
     double best = DBL_MAX;
     unsigned winner = kArrayFailure;
     unsigned const count = arrayCount();
-    for (unsigned i = index; i < count; ++i) {
+    // Takes key i when it is the nearest so far; false once it lies
+    // beyond the tolerance, which ends that direction's walk.
+    auto const consider = [&](unsigned i) {
         double const distance = timeDistance(time, timeValue(i));
         if (distance > tolerance) {
-            break;
+            return false;
         }
         if ((!skipHidden || !keyframe(i)->hidden()) && distance < best) {
             best = distance;
             winner = i;
+        }
+        return true;
+    };
+    for (unsigned i = index; i < count; ++i) {
+        if (!consider(i)) {
+            break;
         }
     }
     for (unsigned i = index; i-- > 0;) {
-        double const distance = timeDistance(time, timeValue(i));
-        if (distance > tolerance) {
+        if (!consider(i)) {
             break;
-        }
-        if ((!skipHidden || !keyframe(i)->hidden()) && distance < best) {
-            best = distance;
-            winner = i;
         }
     }
     return winner == kArrayFailure ? nullptr : new TkeyframeHandle(this, winner, false);

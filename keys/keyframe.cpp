@@ -41,6 +41,18 @@ float clampSnapTangent(float component)
     return static_cast<float>(snapToZero(narrowToFloat(component), kTangentSnap));
 }
 
+// Stores one side's tangent: the x never runs backwards in time, tiny
+// components snap to zero, and NaN is refused.
+bool storeTangent(float x, float y, float& storedX, float& storedY)
+{
+    if (std::isnan(x) || std::isnan(y)) {
+        return false;
+    }
+    storedX = clampSnapTangent(x < 0.0f ? 0.0f : x);
+    storedY = clampSnapTangent(y);
+    return true;
+}
+
 double clampSnapValue(double value)
 {
     return snapToZero(std::fmin(std::fmax(value, -kDoubleMax), kDoubleMax), kValueSnap);
@@ -298,22 +310,12 @@ void Tkeyframe::getTanOut(float& x, float& y) const
 
 bool Tkeyframe::setTanIn(float x, float y)
 {
-    if (std::isnan(x) || std::isnan(y)) {
-        return false;
-    }
-    fTanInX = clampSnapTangent(x < 0.0f ? 0.0f : x);
-    fTanInY = clampSnapTangent(y);
-    return true;
+    return storeTangent(x, y, fTanInX, fTanInY);
 }
 
 bool Tkeyframe::setTanOut(float x, float y)
 {
-    if (std::isnan(x) || std::isnan(y)) {
-        return false;
-    }
-    fTanOutX = clampSnapTangent(x < 0.0f ? 0.0f : x);
-    fTanOutY = clampSnapTangent(y);
-    return true;
+    return storeTangent(x, y, fTanOutX, fTanOutY);
 }
 
 bool Tkeyframe::writingFile()

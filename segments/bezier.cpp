@@ -380,10 +380,10 @@ void T2dBezier::validateTangent(float& x, float&)
 
 bool T2dBezier::setTanIn(Tkeyframe* key, float x, float y)
 {
-    return setValidated(key, x, y, true, [](float& vx, float& vy) { validateTangent(vx, vy); });
+    return setValidated(key, x, y, true, validateTangent);
 }
 
 bool T2dBezier::setTanOut(Tkeyframe* key, float x, float y)
 {
-    return setValidated(key, x, y, false, [](float& vx, float& vy) { validateTangent(vx, vy); });
+    return setValidated(key, x, y, false, validateTangent);
 }

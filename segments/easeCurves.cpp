@@ -11,6 +11,20 @@ constexpr double kTwoOverPi = 0.6366197723675814;
 constexpr double kOneMinusTwoOverPi = 0.3633802276324186;
 constexpr double kUnitBaseTolerance = 1e-10;
 
+// The rise of a quarter-cosine ease `along` seconds into an ease of length
+// `ease`, at speed `k` once it ends.
+double cosineEase(double along, double ease, double k)
+{
+    return ease * k * kTwoOverPi * (1.0 - std::cos(along * kHalfPi / ease));
+}
+
+// The rise at `x` on the straight part after a quarter-cosine ease-in of
+// length `ease` that ends at `easeEnd`.
+double afterCosineEase(double x, double easeEnd, double ease, double k)
+{
+    return k * (ease * kTwoOverPi + x - easeEnd);
+}
+
 }  // namespace
 
 // --- Shared --------------------------------------------------------------------------
@@ -63,12 +77,12 @@ void T2dEaseCurve::validateTangent(float& x, float&)
 
 bool T2dEaseCurve::setTanIn(Tkeyframe* key, float x, float y)
 {
-    return setValidated(key, x, y, true, [](float& vx, float& vy) { validateTangent(vx, vy); });
+    return setValidated(key, x, y, true, validateTangent);
 }
 
 bool T2dEaseCurve::setTanOut(Tkeyframe* key, float x, float y)
 {
-    return setValidated(key, x, y, false, [](float& vx, float& vy) { validateTangent(vx, vy); });
+    return setValidated(key, x, y, false, validateTangent);
 }
 
 void T2dEaseCurve::getMinMaxTimeAndValue(float& minTime, double& minValue, float& maxTime, double& maxValue) const
@@ -119,12 +133,12 @@ double T2dSine::evaluate(double x) const
     // An ease of zero length has no branch of its own (x beyond a key would
     // otherwise divide by it).
     if (e1 > 0.0 && x < fX0 + e1) {
-        return fY0 + e1 * k * kTwoOverPi * (1.0 - std::cos((x - fX0) * kHalfPi / e1));
+        return fY0 + cosineEase(x - fX0, e1, k);
     }
     if (e2 > 0.0 && x > fX3 - e2) {
-        return fY3 - e2 * k * kTwoOverPi * (1.0 - std::cos(kHalfPi * (fX3 - x) / e2));
+        return fY3 - cosineEase(fX3 - x, e2, k);
     }
-    return fY0 + k * (e1 * kTwoOverPi + x - (fX0 + e1));
+    return fY0 + afterCosineEase(x, fX0 + e1, e1, k);
 }
 
 double T2dParabolic::evaluate(double x) const
@@ -159,13 +173,13 @@ double T2dLog::evaluate(double x) const
     double const k = 1.0 / (fX3 - fX0 - (e1 + e2) * kOneMinusTwoOverPi);
     double progress = 0.0;
     if (e1 > 0.0 && x < fX0 + e1) {
-        progress = k * e1 * kTwoOverPi * (1.0 - std::cos((x - fX0) * kHalfPi / e1));
+        progress = cosineEase(x - fX0, e1, k);
     } else if (e2 > 0.0 && x > fX3 - e2) {
         // The ease-out here uses sin where the sine span uses 1 - cos.
         progress = k * (e1 * kTwoOverPi + (fX3 - e2 - (fX0 + e1)) +
                         e2 * kTwoOverPi * std::sin((x - (fX3 - e2)) * kHalfPi / e2));
     } else {
-        progress = k * (e1 * kTwoOverPi + x - (fX0 + e1));
+        progress = afterCosineEase(x, fX0 + e1, e1, k);
     }
     if (std::fabs(base - 1.0) <= kUnitBaseTolerance) {
         return fY0 + (fY3 - fY0) * progress;

@@ -77,12 +77,12 @@ bool T2dHermite::validateTangent(float& x, float& y)
 
 bool T2dHermite::setTanIn(Tkeyframe* key, float x, float y)
 {
-    return setValidated(key, x, y, true, [](float& vx, float& vy) { validateTangent(vx, vy); });
+    return setValidated(key, x, y, true, validateTangent);
 }
 
 bool T2dHermite::setTanOut(Tkeyframe* key, float x, float y)
 {
-    return setValidated(key, x, y, false, [](float& vx, float& vy) { validateTangent(vx, vy); });
+    return setValidated(key, x, y, false, validateTangent);
 }
 
 void T2dHermite::bezierControls(double& y1, double& y2, bool guarded) const
@@ -94,37 +94,34 @@ void T2dHermite::bezierControls(double& y1, double& y2, bool guarded) const
     y2 = flatEnd ? fY3 : fY3 - h * (fY3 - fY2) / (fX3 - fX2);
 }
 
-void T2dHermite::getMinMaxTimeAndValue(float& minTime, double& minValue, float& maxTime, double& maxValue) const
+bool T2dHermite::asBezier(T2dBezier& bezier, bool guarded) const
 {
     double const h = (fX3 - fX0) / 3.0;
     if (h == 0.0) {
-        return;
+        return false;
     }
     double y1 = 0.0;
     double y2 = 0.0;
-    bezierControls(y1, y2, false);
+    bezierControls(y1, y2, guarded);
     double x1 = fX0 + h;
     double x2 = fX3 - h;
-    T2dBezier bezier(floatInput());
     bezier.create(nullptr, 0, fX0, fY0, x1, y1, x2, y2, fX3, fY3, true);
-    bezier.getMinMaxTimeAndValue(minTime, minValue, maxTime, maxValue);
+    return true;
+}
+
+void T2dHermite::getMinMaxTimeAndValue(float& minTime, double& minValue, float& maxTime, double& maxValue) const
+{
+    T2dBezier bezier(floatInput());
+    if (asBezier(bezier, false)) {
+        bezier.getMinMaxTimeAndValue(minTime, minValue, maxTime, maxValue);
+    }
 }
 
 double T2dHermite::newMatchingKey(double x, float& o1, float& o2, float& o3, float& o4, float& o5, float& o6, float& o7,
                                   float& o8) const
 {
-    double const h = (fX3 - fX0) / 3.0;
-    if (h == 0.0) {
-        return 0.0;
-    }
-    double y1 = 0.0;
-    double y2 = 0.0;
-    bezierControls(y1, y2, true);
-    double x1 = fX0 + h;
-    double x2 = fX3 - h;
     T2dBezier bezier(floatInput());
-    bezier.create(nullptr, 0, fX0, fY0, x1, y1, x2, y2, fX3, fY3, true);
-    return bezier.newMatchingKey(x, o1, o2, o3, o4, o5, o6, o7, o8);
+    return asBezier(bezier, true) ? bezier.newMatchingKey(x, o1, o2, o3, o4, o5, o6, o7, o8) : 0.0;
 }
 
 void T2dHermite::getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min, double& max) const

@@ -244,30 +244,28 @@ TslopeCandidates fixedSlopeCandidates(double t, double v, double tPrev, double v
 
 }  // namespace
 
-void T2dAnimCurve::calculateSlowTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next)
+void T2dAnimCurve::applyFixedSlope(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next, float slope,
+                                   TtangentType rule)
 {
     TslopeCandidates const c = fixedSlopeCandidates(
         keySeconds(*key), key->value(), prev ? keySeconds(*prev) : 0.0, prev ? prev->value() : 0.0,
-        next ? keySeconds(*next) : 0.0, next ? next->value() : 0.0, prev != nullptr, next != nullptr, kSlowSlope);
-    if (inIs(key, kTangentSlow)) {
+        next ? keySeconds(*next) : 0.0, next ? next->value() : 0.0, prev != nullptr, next != nullptr, slope);
+    if (inIs(key, rule)) {
         setTanIn(key, c.fInX, c.fInY);
     }
-    if (outIs(key, kTangentSlow)) {
+    if (outIs(key, rule)) {
         setTanOut(key, c.fOutX, c.fOutY);
     }
 }
 
+void T2dAnimCurve::calculateSlowTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next)
+{
+    applyFixedSlope(prev, key, next, kSlowSlope, kTangentSlow);
+}
+
 void T2dAnimCurve::calculateFastTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next)
 {
-    TslopeCandidates const c = fixedSlopeCandidates(
-        keySeconds(*key), key->value(), prev ? keySeconds(*prev) : 0.0, prev ? prev->value() : 0.0,
-        next ? keySeconds(*next) : 0.0, next ? next->value() : 0.0, prev != nullptr, next != nullptr, kFastSlope);
-    if (inIs(key, kTangentFast)) {
-        setTanIn(key, c.fInX, c.fInY);
-    }
-    if (outIs(key, kTangentFast)) {
-        setTanOut(key, c.fOutX, c.fOutY);
-    }
+    applyFixedSlope(prev, key, next, kFastSlope, kTangentFast);
 }
 
 void T2dAnimCurve::calculateOldSmoothTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next)

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <random>
 
 namespace keelref {
 
@@ -155,6 +156,38 @@ __attribute__((noinline)) double evaluate(Tcurve const& c, double t)
     }
     double const value = offset == 0.0 ? (mapped == first ? c.fValues.front() : c.fValues.back()) : inRange(c, mapped);
     return c.fPost == Tinfinity::kCycleRelative ? value + (c.fValues.back() - c.fValues.front()) * cycles : value;
+}
+
+// Keys one second apart with random values and tangents, all spans of one
+// kind; weighted curves get handles off the thirds of their spans.
+std::unique_ptr<TparamCurve> benchCurve(unsigned count, Tkind kind, unsigned seed)
+{
+    auto curve = std::make_unique<TparamCurve>(true);
+    curve->setCurveFlag(TparamCurve::kWeightedBit, kind == Tkind::kBezier);
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<float> value(-10.0f, 10.0f);
+    std::uniform_real_distribution<float> weight(0.5f, 1.8f);
+    TtangentType const type = kind == Tkind::kLinear ? kTangentLinear
+                              : kind == Tkind::kStep ? kTangentStep
+                                                     : kTangentFixed;
+    TanimTimeArray times;
+    TdoubleArray values;
+    for (unsigned i = 0; i < count; ++i) {
+        times.addLast(TanimTime::fromTicks(int(i) * kTicksPerSecond));
+        values.addLast(value(random));
+    }
+    curve->blockAdd(times, values, type, type);
+    if (type == kTangentFixed) {
+        for (unsigned i = 0; i < count; ++i) {
+            Tkeyframe* key = curve->keyframe(i);
+            float const slope = value(random) * 0.3f;
+            bool const weighted = kind == Tkind::kBezier;
+            key->setTanIn(weighted ? weight(random) : 1.0f, slope);
+            key->setTanOut(weighted ? weight(random) : 1.0f, slope);
+        }
+    }
+    curve->invalidateCache();
+    return curve;
 }
 
 }  // namespace keelref

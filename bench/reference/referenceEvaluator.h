@@ -7,6 +7,7 @@
 // an engine evaluation is a call into the shared library.
 
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 class TparamCurve;
@@ -26,6 +27,11 @@ struct Tcurve {
     std::vector<double> fA, fB, fC, fD;
     mutable std::size_t fCached = 0;
 };
+
+// A benchmark curve of `count` keys one second apart with random values
+// and tangents (from `seed`), all spans of one kind; weighted curves get
+// handles off the thirds of their spans.
+std::unique_ptr<TparamCurve> benchCurve(unsigned count, Tkind kind, unsigned seed);
 
 // Copies a curve of the engine whose spans are all of one kind.
 Tcurve fromEngine(TparamCurve const& curve, Tkind kind);

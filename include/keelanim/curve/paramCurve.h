@@ -396,6 +396,8 @@ private:
     // change reaches beyond them.
     void recomputeWindow(unsigned from, unsigned to, unsigned keep);
     bool siblingsOrSelf(bool allChannels, TparamCurve* channels[3]);
+    static bool allChannelsAccept(TparamCurve* const channels[3], unsigned mask);
+    bool storeValue(unsigned index, double value, float aux);
     // The keys around `index` changed: drop the evaluation cache and renew
     // the interpolation methods of the spans that touch the key; the
     // tangents that depend on neighbours are rebuilt here.
@@ -415,10 +417,11 @@ private:
     }
     int compareWithKey(TevalTime const& time, unsigned index) const;
     double evaluateAt(TevalTime const& time);
+    double evaluateRules(TevalTime const& time);
     double evaluateInfinitiesAt(double seconds, bool pre);
     double valueInRange(double seconds);
     bool locateCached(TevalTime const& time, unsigned count, unsigned& index, bool& atKey);
-    bool locateBySearch(TevalTime const& time, unsigned count, unsigned& index, bool& atKey);
+    void locateBySearch(TevalTime const& time, unsigned count, unsigned& index, bool& atKey);
     double valueAtKey(unsigned index);
     double valueInSpan(unsigned lo, double seconds);
     // The value at a time strictly inside the span of the last evaluation,

@@ -133,6 +133,10 @@ protected:
     static void copyOppositeAtEnds(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next, TtangentType type);
 
 private:
+    // The slow and fast rules: the sides of type `rule` get a fixed,
+    // always rising `slope` over each side's length.
+    void applyFixedSlope(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next, float slope, TtangentType rule);
+
     bool fFloatInput;
 };
 

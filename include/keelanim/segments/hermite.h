@@ -2,6 +2,8 @@
 
 #include "keelanim/segments/animCurve.h"
 
+class T2dBezier;
+
 // T2dHermite: the cubic span of curves with non-weighted tangents. Only the
 // slopes of the handles matter: the span is the cubic in (x - x0) that meets
 // both keys with the slopes of their tangents. Extremes and splitting go
@@ -40,6 +42,8 @@ private:
     // The equivalent Bezier's inner control values; `guarded` takes the key
     // value for a handle of (near) zero input length.
     void bezierControls(double& y1, double& y2, bool guarded) const;
+    // Makes `bezier` the span's equivalent; false for a zero-length span.
+    bool asBezier(T2dBezier& bezier, bool guarded) const;
 
     double fX0 = 0, fY0 = 0, fX1 = 0, fY1 = 0, fX2 = 0, fY2 = 0, fX3 = 0, fY3 = 0;
     double fA = 0, fB = 0, fC = 0, fD = 0;
