@@ -62,10 +62,8 @@ int TparamCurve::compareWithKey(TevalTime const& time, unsigned index) const
     }
     switch (fFastMethod) {
     case Tkeyframe::kInterpSegment:
-        if (fFastCubic) {
-            // T2dHermite::evaluate's arithmetic, in the same order.
-            double const u = seconds - fFastCubicX0;
-            value = ((fFastCubicA * u + fFastCubicB) * u + fFastCubicC) * u + fFastCubicD;
+        if (fCubicSpan == fFastSpan) {
+            value = fCubic.evaluate(seconds);
             return true;
         }
         if (fInterpolator == nullptr || fInterpolatorSpan != fFastSpan) {
@@ -210,7 +208,7 @@ void TparamCurve::locateBySearch(TevalTime const& time, unsigned count, unsigned
     if (isFloatCurve() || time.fExactTicks) {
         TtimeValue const probe =
             time.fExactTicks ? TtimeValue(TanimTime::fromTicks(time.fTicks)) : TtimeValue(narrowToFloat(time.fSeconds));
-        exact = find(probe, found);
+        exact = findToEvaluate(probe, found);
     } else {
         // Seconds on a tick curve: search by the keys' seconds.
         unsigned lo = 0;
@@ -259,18 +257,6 @@ void TparamCurve::rememberFastSpan(unsigned lo)
     fFastFirstValue = first->value();
     fFastSecondValue = second->value();
     fFastMethod = first->interpMethod();
-    fFastCubic = false;
-    if (fFastMethod == Tkeyframe::kInterpSegment && fInterpolator != nullptr &&
-        fInterpolatorSpan == static_cast<std::int32_t>(lo) &&
-        fInterpolator->interpolatorType() == kInterpolatorHermite) {
-        auto const* hermite = static_cast<T2dHermite const*>(fInterpolator);
-        fFastCubic = true;
-        fFastCubicA = hermite->a();
-        fFastCubicB = hermite->b();
-        fFastCubicC = hermite->c();
-        fFastCubicD = hermite->d();
-        fFastCubicX0 = hermite->x0();
-    }
 }
 
 double TparamCurve::valueAtKey(unsigned index)
@@ -299,13 +285,38 @@ double TparamCurve::valueInSpan(unsigned lo, double secondsTime)
     }
     case Tkeyframe::kInterpStep: return first->value();
     case Tkeyframe::kInterpStepNext: return value(lo + 1);
-    case Tkeyframe::kInterpSegment:
+    case Tkeyframe::kInterpSegment: {
+        double value = 0.0;
+        if (valueInHermiteSpan(lo, secondsTime, value)) {
+            return value;
+        }
         if (fInterpolatorSpan != static_cast<std::int32_t>(lo)) {
             setInterpolationInterval(lo);
         }
         return fInterpolator != nullptr ? fInterpolator->evaluate(secondsTime) : 0.0;
     }
+    }
     return 0.0;
+}
+
+// Most spans are Hermite cubics: their coefficients are computed here, as
+// T2dHermite computes them, without building the span's segment.
+bool TparamCurve::valueInHermiteSpan(unsigned lo, double secondsTime, double& value)
+{
+    auto const span = static_cast<std::int32_t>(lo);
+    if (fCubicSpan != span) {
+        Tkeyframe const* first = keyframe(lo);
+        if (keyframe(lo + 1) == nullptr ||
+            T2dAnimCurve::desiredInterpolatorType(isWeighted(), first) != kInterpolatorHermite) {
+            return false;
+        }
+        double c[8];
+        spanControls(lo, c);
+        fCubic = ThermiteCubic::fromControls(c[0], c[1], c[2], c[3], c[4], c[5], c[6], c[7]);
+        fCubicSpan = span;
+    }
+    value = fCubic.evaluate(secondsTime);
+    return true;
 }
 
 bool TparamCurve::evaluatedAtKey(unsigned index, float seconds, double& value)
@@ -372,7 +383,7 @@ double TparamCurve::valueInRange(double secondsTime)
         if (valueInFastSpan(ticks.seconds(), fast)) {
             return fast;  // strictly between two keys: no key at this tick
         }
-        return find(ticks, index) ? value(index) : evaluateRules(evalTime(ticks));
+        return findToEvaluate(ticks, index) ? value(index) : evaluateRules(evalTime(ticks));
     }
     // find() looks within the key tolerance of the time narrowed to single
     // precision: beyond that reach of the span's ends no key can answer.
@@ -380,7 +391,7 @@ double TparamCurve::valueInRange(double secondsTime)
     if (secondsTime - reach > fFastStart && secondsTime + reach < fFastEnd && valueInFastSpan(secondsTime, fast)) {
         return fast;
     }
-    if (find(TtimeValue(narrowToFloat(secondsTime)), index)) {
+    if (findToEvaluate(TtimeValue(narrowToFloat(secondsTime)), index)) {
         return value(index);
     }
     return evaluateAt(TevalTime{secondsTime, 0, false});
@@ -461,22 +472,31 @@ void TparamCurve::setInterpolationInterval(unsigned index)
     if (fInterpolatorSpan == static_cast<std::int32_t>(index)) {
         return;
     }
-    float tx = 0.0f;
-    float ty = 0.0f;
-    double const x0 = hostSeconds(first);
-    double const y0 = first->value();
-    first->getTanOut(tx, ty);
-    double x1 = x0 + tx * kOneThird;
-    double y1 = y0 + ty * kOneThird;
-    double const x3 = hostSeconds(second);
-    double const y3 = second->value();
-    second->getTanIn(tx, ty);
-    double x2 = x3 - tx * kOneThird;
-    double y2 = y3 - ty * kOneThird;
+    double c[8];
+    spanControls(index, c);
     if (T2dAnimCurve* segment = updateInterpolator(first)) {
-        segment->create(this, index, x0, y0, x1, y1, x2, y2, x3, y3, true);
+        segment->create(this, index, c[0], c[1], c[2], c[3], c[4], c[5], c[6], c[7], true);
     }
     fInterpolatorSpan = static_cast<std::int32_t>(index);
+}
+
+// Keys and handle ends: each handle reaches a third of its tangent vector.
+void TparamCurve::spanControls(unsigned index, double c[8]) const
+{
+    Tkeyframe const* first = keyframe(index);
+    Tkeyframe const* second = keyframe(index + 1);
+    float tx = 0.0f;
+    float ty = 0.0f;
+    c[0] = hostSeconds(first);
+    c[1] = first->value();
+    first->getTanOut(tx, ty);
+    c[2] = c[0] + tx * kOneThird;
+    c[3] = c[1] + ty * kOneThird;
+    c[6] = hostSeconds(second);
+    c[7] = second->value();
+    second->getTanIn(tx, ty);
+    c[4] = c[6] - tx * kOneThird;
+    c[5] = c[7] - ty * kOneThird;
 }
 
 void TparamCurve::setSpanInterpMethod(unsigned index)

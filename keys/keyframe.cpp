@@ -379,20 +379,6 @@ void Tkeyframe::setActive(TbitField32 const& parts, bool on)
     }
 }
 
-Tkeyframe::TspanInterpMethod Tkeyframe::interpMethod() const
-{
-    if (fFlags.isSet(kForcedInterpBit)) {
-        return kInterpLinear;
-    }
-    if (blockingOverrideApplies() || fTanOutType == kTangentStep) {
-        return kInterpStep;
-    }
-    if (fTanOutType == kTangentStepNext) {
-        return kInterpStepNext;
-    }
-    return kInterpSegment;
-}
-
 void Tkeyframe::setInterpMethod(TspanInterpMethod method)
 {
     fFlags.setTo(kForcedInterpBit, method == kInterpLinear);

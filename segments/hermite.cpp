@@ -10,13 +10,6 @@ namespace {
 constexpr float kVerticalTangentX = 1e-5f;  // the smallest forward step
 constexpr double kHandleTolerance = 1e-10;
 
-// The slope of a handle from (xa, ya) to (xb, yb); 0 for a zero-length input.
-double handleSlope(double xa, double ya, double xb, double yb)
-{
-    double const run = xb - xa;
-    return run == 0.0 ? 0.0 : (yb - ya) / run;
-}
-
 // A tangent's value offset over h seconds of input: slope times h, or the
 // value component itself for a vertical tangent.
 double offsetOver(float tx, float ty, double h)
@@ -37,21 +30,12 @@ void T2dHermite::create(TparamCurve*, unsigned, double x0, double y0, double& x1
     fY2 = y2;
     fX3 = x3;
     fY3 = y3;
-    double const length = x3 - x0;
-    double const rise = y3 - y0;
-    double const m0 = handleSlope(x0, y0, x1, y1);
-    double const m1 = handleSlope(x2, y2, x3, y3);
-    double const inverseSquare = 1.0 / (length * length);
-    fA = (length * m0 + length * m1 - 2.0 * rise) * inverseSquare / length;
-    fB = (3.0 * rise - 2.0 * length * m0 - length * m1) * inverseSquare;
-    fC = m0;
-    fD = y0;
+    fCubic = ThermiteCubic::fromControls(x0, y0, x1, y1, x2, y2, x3, y3);
 }
 
 double T2dHermite::evaluate(double x) const
 {
-    double const u = x - fX0;
-    return ((fA * u + fB) * u + fC) * u + fD;
+    return fCubic.evaluate(x);
 }
 
 bool T2dHermite::validateTangent(float& x, float& y)

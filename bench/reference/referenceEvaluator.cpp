@@ -74,8 +74,15 @@ double inRange(Tcurve const& c, double t)
     double const v0 = c.fValues[s];
     switch (c.fKind) {
     case Tkind::kHermite: {
+        double const l = c.fTimes[s + 1] - t0;
+        double const rise = c.fValues[s + 1] - v0;
+        double const m0 = c.fA[s];
+        double const m1 = c.fB[s];
+        double const inverseSquare = 1.0 / (l * l);
+        double const a = (l * m0 + l * m1 - 2.0 * rise) * inverseSquare / l;
+        double const b = (3.0 * rise - 2.0 * l * m0 - l * m1) * inverseSquare;
         double const u = t - t0;
-        return ((c.fA[s] * u + c.fB[s]) * u + c.fC[s]) * u + v0;
+        return ((a * u + b) * u + m0) * u + v0;
     }
     case Tkind::kLinear: return v0 + (t - t0) / (c.fTimes[s + 1] - t0) * (c.fValues[s + 1] - v0);
     case Tkind::kStep: return v0;
@@ -116,13 +123,8 @@ Tcurve fromEngine(TparamCurve const& curve, Tkind kind)
             c.fD.push_back(v1 - iy * kThird);
             continue;
         }
-        double const l = t1 - t0;
-        double const m0 = slopeOf(ox, oy);
-        double const m1 = slopeOf(ix, iy);
-        double const rise = v1 - v0;
-        c.fA.push_back((l * m0 + l * m1 - 2.0 * rise) * (1.0 / (l * l)) / l);
-        c.fB.push_back((3.0 * rise - 2.0 * l * m0 - l * m1) * (1.0 / (l * l)));
-        c.fC.push_back(m0);
+        c.fA.push_back(slopeOf(ox, oy));
+        c.fB.push_back(slopeOf(ix, iy));
     }
     switch (curve.postInfinityType()) {
     case TparamCurveEnums::kCycle: c.fPost = Tinfinity::kCycle; break;

@@ -1,8 +1,10 @@
 #pragma once
 
 // The leanest correct evaluator of the benchmark curves: plain sorted arrays
-// of key times and per-span coefficients, a cached span index for sweeps and
-// a binary search otherwise. It is the physical limit the engine is measured
+// of key times, values and Hermite slopes (or Bezier control points), a
+// cached span index for sweeps and a binary search otherwise; each
+// evaluation computes its span's cubic, as the engine does when it changes
+// span. It is the physical limit the engine is measured
 // against. Each evaluation is one call that the compiler cannot inline, as
 // an engine evaluation is a call into the shared library.
 
@@ -22,8 +24,8 @@ struct Tcurve {
     Tinfinity fPost = Tinfinity::kConstant;
     std::vector<double> fTimes;
     std::vector<double> fValues;
-    // Per span: Hermite power coefficients a, b, c (d is the first value), or
-    // Bezier control points x1, y1, x2, y2.
+    // Per span: the Hermite slopes leaving its first key (fA) and reaching
+    // its second (fB), or the Bezier control points x1, y1, x2, y2.
     std::vector<double> fA, fB, fC, fD;
     mutable std::size_t fCached = 0;
 };

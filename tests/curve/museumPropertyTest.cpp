@@ -86,3 +86,63 @@ TEST(MuseumProperties, CopiesEvaluateLikeTheirSource)
 }
 
 }  // namespace
+
+namespace {
+
+// One random edit through the curve's own operations.
+void randomEdit(TparamCurve& curve, std::mt19937& random)
+{
+    std::uniform_int_distribution<int> choice(0, 3);
+    std::uniform_int_distribution<int> slot(-16, 40);  // keys on an eighth-second grid
+    unsigned const count = curve.keyframeCountAll();
+    std::uniform_int_distribution<unsigned> which(0, count == 0 ? 0 : count - 1);
+    float const t = float(slot(random)) / 8.0f;
+    switch (count == 0 ? 0 : choice(random)) {
+    case 0: {
+        TtimeValue const time = curve.isFloatCurve() ? TtimeValue(t) : TtimeValue(TanimTime(double(t), kSeconds));
+        Tkeyframe key = curve.isFloatCurve() ? Tkeyframe(t, double(slot(random)), kTangentSpline, kTangentSpline)
+                                             : Tkeyframe(time.animTime(), 0.5, kTangentAuto, kTangentFlat);
+        curve.add(key);
+        break;
+    }
+    case 1: curve.remove(which(random)); break;
+    case 2: curve.setValue(which(random), double(slot(random)) * 0.25); break;
+    default: {
+        unsigned const i = which(random);
+        TtimeValue const time = curve.isFloatCurve() ? TtimeValue(t) : TtimeValue(TanimTime(double(t), kSeconds));
+        unsigned at = 0;
+        if (!curve.find(time, at) && (at == i || at == i + 1)) {
+            curve.setTime(i, time);  // stays between its neighbours
+        }
+        break;
+    }
+    }
+}
+
+}  // namespace
+
+// Evaluation remembers spans, cubics and a copy of the key times; every edit
+// must leave them telling the truth. A copy made after the edit has none of
+// them, and is asked the same times in the same order.
+TEST(MuseumProperties, EditsLeaveNoStaleEvaluationState)
+{
+    std::mt19937 random(11);
+    std::uniform_real_distribution<float> when(-3.0f, 6.0f);
+    for (auto const& exhibit : keeltest::museum()) {
+        auto curve = exhibit.fBuild();
+        for (int step = 0; step < 60; ++step) {
+            std::vector<float> times(24);
+            for (float& t : times) {
+                t = when(random);
+            }
+            for (float t : times) {
+                curve->evaluate(t);  // fills the caches before the edit
+            }
+            randomEdit(*curve, random);
+            TparamCurve fresh(*curve);
+            for (float t : times) {
+                ASSERT_EQ(curve->evaluate(t), fresh.evaluate(t)) << exhibit.fName << ", step " << step << " at " << t;
+            }
+        }
+    }
+}

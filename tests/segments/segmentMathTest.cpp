@@ -73,10 +73,10 @@ TEST(HermiteMath, EaseCoefficientsAndZeroLengthHandles)
 {
     T2dHermite hermite(true);
     createHermite(hermite, 0.0, 0.0, 0.0, 1.0, 1.0, 0.0);
-    EXPECT_NEAR(hermite.a(), -2.0, kTight);
-    EXPECT_NEAR(hermite.b(), 3.0, kTight);
-    EXPECT_EQ(hermite.c(), 0.0);
-    EXPECT_EQ(hermite.d(), 0.0);
+    EXPECT_NEAR(hermite.cubic().fA, -2.0, kTight);
+    EXPECT_NEAR(hermite.cubic().fB, 3.0, kTight);
+    EXPECT_EQ(hermite.cubic().fC, 0.0);
+    EXPECT_EQ(hermite.cubic().fD, 0.0);
     EXPECT_NEAR(hermite.evaluate(0.5), 0.5, kTight);
     // A handle of zero input length counts as slope 0, not infinity.
     double x1 = 0.0;
@@ -84,7 +84,7 @@ TEST(HermiteMath, EaseCoefficientsAndZeroLengthHandles)
     double x2 = 1.0;
     double y2 = 1.0;
     hermite.create(nullptr, 0, 0.0, 0.0, x1, y1, x2, y2, 1.0, 1.0, true);
-    EXPECT_EQ(hermite.c(), 0.0);
+    EXPECT_EQ(hermite.cubic().fC, 0.0);
     EXPECT_TRUE(std::isfinite(hermite.evaluate(0.3)));
 }
 

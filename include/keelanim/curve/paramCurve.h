@@ -8,8 +8,10 @@
 #include "keelanim/curve/curveMessages.h"
 #include "keelanim/curve/paramCurveEnums.h"
 #include "keelanim/editing/keyframeHandle.h"
+#include "keelanim/keys/keyTimeMirror.h"
 #include "keelanim/keys/keyframe.h"
 #include "keelanim/keys/keyframeArrays.h"
+#include "keelanim/segments/hermite.h"
 #include "keelanim/undo/delta.h"
 
 #include <cstdint>
@@ -375,6 +377,11 @@ private:
     unsigned insertPointer(Tkeyframe* key);
     bool insertPointerAt(Tkeyframe* key, unsigned index);
     template <class Array> static bool findIn(Array const& keys, typename Array::Key probe, unsigned& index);
+    // find() for evaluation: through the contiguous copy of the key times,
+    // its answer checked against the keys around it.
+    bool findToEvaluate(TtimeValue const& time, unsigned& index);
+    template <class Array, class Mirror>
+    static bool findThroughCopy(Array const& keys, Mirror& copy, typename Array::Key probe, unsigned& index);
     bool removePointerAt(unsigned index);
     void replaceKeyArray();
     void copySettingsFrom(TparamCurve const& other);
@@ -428,6 +435,12 @@ private:
     // computed as valueInSpan would; false when that shortcut does not hold.
     bool valueInFastSpan(double seconds, double& value) const;
     void rememberFastSpan(unsigned lo);
+    // The control points of span `index` as its segment is built from them:
+    // x0, y0, x1, y1, x2, y2, x3, y3.
+    void spanControls(unsigned index, double c[8]) const;
+    // The value in Hermite span `lo`, through fCubic; false when the span
+    // is answered by another kind of segment.
+    bool valueInHermiteSpan(unsigned lo, double seconds, double& value);
     void cacheKey(unsigned index);
     bool splitSpanAt(TtimeValue const& time, Tkeyframe& made, float neighbourTangents[4], bool& reshapes);
 
@@ -437,6 +450,11 @@ private:
     TfloatKeyframePtrArray* fFloatKeys = nullptr;
     TanimTimeKeyframePtrArray* fTickKeys = nullptr;
     TNLEData const* fNleData = nullptr;
+    // Contiguous copies of the key times for evaluation's searches; only the
+    // one of the curve's time form is used. Stale from the index given to
+    // invalidateCache() on.
+    TkeyTimeMirror<TfloatKeyframePtrSObj> fFloatTimes;
+    TkeyTimeMirror<TanimTimeKeyframePtrSObj> fTickTimes;
     TbitField32 fCurveFlags;
     Tkeyframe* fCachedKey = nullptr;
     unsigned fCachedKeyIndex = 0;
@@ -450,9 +468,10 @@ private:
     double fFastFirstValue = 0.0;
     double fFastSecondValue = 0.0;
     Tkeyframe::TspanInterpMethod fFastMethod = Tkeyframe::kInterpSegment;
-    // A Hermite span's cubic, copied so that the shortcut needs no call.
-    bool fFastCubic = false;
-    double fFastCubicA = 0.0, fFastCubicB = 0.0, fFastCubicC = 0.0, fFastCubicD = 0.0, fFastCubicX0 = 0.0;
+    // The cubic of Hermite span fCubicSpan (-1: none), computed here rather
+    // than in a segment so that changing span and the shortcut make no call.
+    ThermiteCubic fCubic;
+    std::int32_t fCubicSpan = -1;
     T2dAnimCurve* fInterpolator = nullptr;
     std::uint16_t fChangeDepth = 0;
     bool fChangeAnswer = true;

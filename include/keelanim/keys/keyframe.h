@@ -163,7 +163,16 @@ public:
     // 1 when forced linear; else 2 (step) for tick keys under the blocking
     // override, or when the stored out type is step; else 3 when the stored
     // out type is step-next; else 0.
-    TspanInterpMethod interpMethod() const;
+    TspanInterpMethod interpMethod() const
+    {
+        if (fFlags.isSet(kForcedInterpBit)) {
+            return kInterpLinear;
+        }
+        if (fTanOutType == kTangentStep || blockingOverrideApplies()) {
+            return kInterpStep;
+        }
+        return fTanOutType == kTangentStepNext ? kInterpStepNext : kInterpSegment;
+    }
     // Only method 1 is stored (bit 4); any other value clears it.
     void setInterpMethod(TspanInterpMethod method);
 

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "keelanim/base/export.h"
+#include "keelanim/keys/keyframeArrays.h"
+
+#include <cstddef>
+#include <vector>
+
+// TkeyTimeMirror: a contiguous copy of the key times of one sorted key array,
+// slot for slot, so that a search reads one dense array (4 bytes a key)
+// instead of following a pointer into every key it compares.
+//
+// It is a cache owned beside the array. The owner says from which slot on
+// the keys changed (time, order or count) and refreshes the copy before it
+// searches; only that tail is copied again, so appending keys costs a copy
+// of the new ones. The copy answers only while it covers every slot of the
+// array: otherwise `find` is not to be called and the array is searched.
+template <class Order> class KEEL_API TkeyTimeMirror {
+public:
+    using Key = typename Order::Key;
+    using Stored = typename Order::Stored;
+
+    // Slots from `index` on no longer describe the keys.
+    void invalidateFrom(unsigned index)
+    {
+        if (index < fFresh) {
+            fFresh = index;
+        }
+    }
+    void invalidate() { fFresh = 0; }
+    // Copies the times of the stale slots (and drops the slots past the
+    // array's end); the copy then covers `keys`.
+    void refresh(TkeyframeSortedArray<Order> const& keys);
+    bool covers(unsigned count) const { return fFresh == count && fTimes.size() == count; }
+
+    // TparamCurve's search of the array, over the copy: the same answer and
+    // index as the array gives when the copy covers it.
+    bool find(Key probe, unsigned& index) const;
+    // The time of slot `index` as the array orders it; the slot must exist.
+    Key keyAt(unsigned index) const { return Key(fTimes[index]); }
+
+    // Heap bytes held by the copy.
+    std::size_t heapBytes() const { return fTimes.capacity() * sizeof(Stored); }
+
+private:
+    unsigned firstNotBefore(Key probe) const;
+
+    std::vector<Stored> fTimes;
+    unsigned fFresh = 0;  // slots [0, fFresh) hold their keys' times
+};
+
+extern template class TkeyTimeMirror<TfloatKeyframePtrSObj>;
+extern template class TkeyTimeMirror<TanimTimeKeyframePtrSObj>;

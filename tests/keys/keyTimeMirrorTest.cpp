@@ -1,0 +1,141 @@
+#include <keelanim/keelanim.h>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <random>
+#include <vector>
+
+namespace {
+
+constexpr double kTolerance = kTimeTolerance;
+
+class KeyTimeMirror : public ::testing::Test {
+protected:
+    Tkeyframe* key(float seconds)
+    {
+        fKeys.push_back(std::make_unique<Tkeyframe>(seconds, 0.0, kTangentFixed, kTangentFixed));
+        return fKeys.back().get();
+    }
+    Tkeyframe* key(int ticks)
+    {
+        fKeys.push_back(std::make_unique<Tkeyframe>(TanimTime::fromTicks(ticks), 0.0, kTangentFixed, kTangentFixed));
+        return fKeys.back().get();
+    }
+    // The copy and the array must give the same found flag and index.
+    template <class Array, class Mirror> void expectSameAnswer(Array const& array, Mirror& mirror, double probe)
+    {
+        using Key = typename Array::Key;
+        mirror.refresh(array);
+        ASSERT_TRUE(mirror.covers(array.count()));
+        unsigned fromArray = 0;
+        unsigned fromCopy = 0;
+        bool const foundInArray = array.findKey(Key(probe), fromArray) == 0;
+        bool const foundInCopy = mirror.find(Key(probe), fromCopy);
+        EXPECT_EQ(foundInCopy, foundInArray) << "probe " << probe;
+        EXPECT_EQ(fromCopy, fromArray) << "probe " << probe;
+    }
+
+    std::vector<std::unique_ptr<Tkeyframe>> fKeys;
+};
+
+TEST_F(KeyTimeMirror, AnswersAsTheArrayAroundEveryKey)
+{
+    TfloatKeyframePtrArray array(false, 8);
+    TkeyTimeMirror<TfloatKeyframePtrSObj> mirror;
+    for (float t : {-3.0f, -1.5f, 0.0f, 0.25f, 1.0f, 7.5f, 100.0f}) {
+        array.insert(key(t));
+    }
+    std::vector<double> probes = {-1e9, 1e9, -3.0000001, 100.00002};
+    for (unsigned i = 0; i < array.count(); ++i) {
+        double const t = array.at(i)->seconds();
+        for (double offset : {0.0, -kTolerance * 0.5, kTolerance * 0.5, -kTolerance * 1.5, kTolerance * 1.5, 0.01}) {
+            probes.push_back(t + offset);
+        }
+    }
+    for (double probe : probes) {
+        expectSameAnswer(array, mirror, probe);
+    }
+}
+
+TEST_F(KeyTimeMirror, KeysCloserThanTwiceTheToleranceKeepTheArraysChoice)
+{
+    TfloatKeyframePtrArray array(false, 8);
+    TkeyTimeMirror<TfloatKeyframePtrSObj> mirror;
+    // Every probe between the first two keys lies within tolerance of both.
+    for (float t : {1.0f, 1.0000153f, 1.0000305f, 2.0f, 3.0f}) {
+        ASSERT_EQ(array.insert(key(t)), 0u);
+    }
+    for (int step = -10; step <= 40; ++step) {
+        expectSameAnswer(array, mirror, 1.0 + step * 1e-6);
+    }
+}
+
+TEST_F(KeyTimeMirror, RandomArraysOfBothTimeForms)
+{
+    std::mt19937 random(7);
+    for (int round = 0; round < 50; ++round) {
+        TfloatKeyframePtrArray seconds(false, 8);
+        TanimTimeKeyframePtrArray ticks(false, 8);
+        std::uniform_int_distribution<int> when(-20000, 20000);
+        for (int i = 0; i < 1 + round * 3; ++i) {
+            int const t = when(random);
+            seconds.insert(key(float(t) * 1e-3f));
+            ticks.insert(key(t));
+        }
+        TkeyTimeMirror<TfloatKeyframePtrSObj> secondsCopy;
+        TkeyTimeMirror<TanimTimeKeyframePtrSObj> ticksCopy;
+        for (int probe = 0; probe < 200; ++probe) {
+            int const t = when(random);
+            expectSameAnswer(seconds, secondsCopy, double(t) * 1e-3 + (probe % 3 - 1) * 4e-6);
+            expectSameAnswer(ticks, ticksCopy, double(t));
+        }
+    }
+}
+
+TEST_F(KeyTimeMirror, RefreshCopiesOnlyTheStaleTail)
+{
+    TanimTimeKeyframePtrArray array(false, 8);
+    TkeyTimeMirror<TanimTimeKeyframePtrSObj> mirror;
+    EXPECT_TRUE(mirror.covers(0)) << "an empty copy covers an empty array";
+    for (int t : {10, 20, 30}) {
+        array.insert(key(t));
+    }
+    EXPECT_FALSE(mirror.covers(3));
+    mirror.refresh(array);
+    EXPECT_TRUE(mirror.covers(3));
+
+    array.insert(key(40));
+    EXPECT_FALSE(mirror.covers(4)) << "a longer array is not covered";
+    mirror.refresh(array);
+    EXPECT_EQ(mirror.keyAt(3), 40);
+
+    // A key moved in place is seen only once reported.
+    ASSERT_TRUE(array.at(1)->setTime(TanimTime::fromTicks(25)));
+    mirror.refresh(array);
+    EXPECT_EQ(mirror.keyAt(1), 20) << "unreported: the copy keeps what it had";
+    mirror.invalidateFrom(1);
+    EXPECT_FALSE(mirror.covers(4));
+    mirror.refresh(array);
+    EXPECT_EQ(mirror.keyAt(1), 25);
+    EXPECT_EQ(mirror.keyAt(3), 40);
+
+    array.removeAt(0, 1);
+    mirror.invalidateFrom(0);
+    mirror.refresh(array);
+    ASSERT_TRUE(mirror.covers(3));
+    EXPECT_EQ(mirror.keyAt(0), 25);
+    EXPECT_GE(mirror.heapBytes(), 3 * sizeof(std::int32_t));
+}
+
+TEST_F(KeyTimeMirror, AnEmptySlotIsNeverCovered)
+{
+    TanimTimeKeyframePtrArray array(false, 8);
+    array.insert(key(10));
+    array.addLastUnsorted(nullptr);
+    TkeyTimeMirror<TanimTimeKeyframePtrSObj> mirror;
+    mirror.refresh(array);
+    EXPECT_FALSE(mirror.covers(array.count())) << "the array's own search stops at an empty slot";
+}
+
+}  // namespace
