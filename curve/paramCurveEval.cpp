@@ -210,18 +210,7 @@ void TparamCurve::locateBySearch(TevalTime const& time, unsigned count, unsigned
             time.fExactTicks ? TtimeValue(TanimTime::fromTicks(time.fTicks)) : TtimeValue(narrowToFloat(time.fSeconds));
         exact = findToEvaluate(probe, found);
     } else {
-        // Seconds on a tick curve: search by the keys' seconds.
-        unsigned lo = 0;
-        unsigned hi = count;
-        while (lo < hi) {
-            unsigned const mid = lo + (hi - lo) / 2;
-            if (compareWithKey(time, mid) > 0) {
-                lo = mid + 1;
-            } else {
-                hi = mid;
-            }
-        }
-        found = lo;
+        found = firstKeyNotBefore(time.fSeconds, count);
         exact = found < count && compareWithKey(time, found) == 0;
     }
     if (exact) {
@@ -241,6 +230,38 @@ void TparamCurve::locateBySearch(TevalTime const& time, unsigned count, unsigned
         cacheKey(index);
         atKey = false;
     }
+}
+
+// Seconds on a tick curve: the first key at or after `seconds`, comparing
+// the keys' host seconds. They are read from the copy of the key ticks when
+// no clip maps them; the answer is checked against the keys around it.
+unsigned TparamCurve::firstKeyNotBefore(double seconds, unsigned count)
+{
+    TevalTime const time{seconds, 0, false};
+    auto const search = [count](auto const& isAfterKey) {
+        unsigned lo = 0;
+        unsigned hi = count;
+        while (lo < hi) {
+            unsigned const mid = lo + (hi - lo) / 2;
+            if (isAfterKey(mid)) {
+                lo = mid + 1;
+            } else {
+                hi = mid;
+            }
+        }
+        return lo;
+    };
+    fTickTimes.refresh(*fTickKeys);
+    if (fNleData == nullptr && fTickTimes.covers(count)) {
+        unsigned const found = search(
+            [this, seconds](unsigned i) { return seconds > TanimTime::fromTicks(fTickTimes.keyAt(i)).seconds(); });
+        if ((found == 0 || compareWithKey(time, found - 1) > 0) &&
+            (found == count || compareWithKey(time, found) <= 0)) {
+            return found;
+        }
+        fTickTimes.invalidate();
+    }
+    return search([this, &time](unsigned i) { return compareWithKey(time, i) > 0; });
 }
 
 void TparamCurve::rememberFastSpan(unsigned lo)

@@ -429,6 +429,7 @@ private:
     double valueInRange(double seconds);
     bool locateCached(TevalTime const& time, unsigned count, unsigned& index, bool& atKey);
     void locateBySearch(TevalTime const& time, unsigned count, unsigned& index, bool& atKey);
+    unsigned firstKeyNotBefore(double seconds, unsigned count);
     double valueAtKey(unsigned index);
     double valueInSpan(unsigned lo, double seconds);
     // The value at a time strictly inside the span of the last evaluation,
