@@ -17,10 +17,4 @@ std::int32_t clampToInt32(double value)
     return static_cast<std::int32_t>(std::fmin(std::fmax(rounded, kInt32Min), kInt32Max));
 }
 
-float narrowToFloat(double value)
-{
-    if (std::isnan(value)) {
-        return std::numeric_limits<float>::quiet_NaN();
-    }
-    return static_cast<float>(std::fmin(std::fmax(value, -double(kFloatMax)), double(kFloatMax)));
-}
+

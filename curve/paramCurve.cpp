@@ -342,12 +342,6 @@ float TparamCurve::seconds(unsigned index) const
     return seconds(keyframe(index));
 }
 
-double TparamCurve::value(unsigned index) const
-{
-    Tkeyframe const* key = keyframe(index);
-    return key != nullptr ? key->value() : 0.0;
-}
-
 bool TparamCurve::breakdown(unsigned index) const
 {
     Tkeyframe const* key = keyframe(index);

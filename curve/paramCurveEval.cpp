@@ -35,7 +35,8 @@ TparamCurve::TevalTime TparamCurve::evalTime(TtimeValue const& time) const
 }
 
 // -1, 0 or 1 as `time` lies before, at or after key `index`, in host time.
-int TparamCurve::compareWithKey(TevalTime const& time, unsigned index) const
+// Every locating step makes this comparison: it is kept inline.
+[[gnu::always_inline]] inline int TparamCurve::compareWithKey(TevalTime const& time, unsigned index) const
 {
     Tkeyframe const* key = keyframe(index);
     if (time.fExactTicks) {
@@ -429,7 +430,7 @@ double TparamCurve::evaluateInfinitiesAt(double t, bool pre)
     }
     double const reference = t > end ? end : first;
     double whole = 0.0;
-    double const fraction = std::modf((t - reference) / range, &whole);
+    double const fraction = splitWhole((t - reference) / range, whole);
     double const cycles = std::fabs(whole) + 1.0;
     double const offset = std::fabs(fraction) * range;
     TparamCurveEnums::TinfinityType const type = pre ? fPreInfinity : fPostInfinity;

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 namespace {
@@ -102,6 +104,23 @@ TEST(Angle, UnitsQuarterAndSum)
     EXPECT_NEAR(Tangle(270.0, kDegrees, true).degrees(), -90.0, 1e-12);
     EXPECT_NEAR(Tangle(-180.0, kDegrees, true).degrees(), 180.0, 1e-12) << "wrapping keeps (-180, 180]";
     EXPECT_NEAR(Tangle(60.0, kAngularMinutes).degrees(), 1.0, 1e-12);
+}
+
+TEST(Numeric, SplitWholeIsModfBitForBit)
+{
+    double const inf = std::numeric_limits<double>::infinity();
+    for (double value : {0.0, -0.0, 0.5, -0.5, 3.0, -3.0, 7.25, -7.25, 1e-300, -1e-300, 4503599627370495.5,
+                         -4503599627370495.5, 0x1p52, -0x1p52, 0x1p52 + 1.0, 1e300, -1e300, inf, -inf}) {
+        double whole = 0.0;
+        double expectedWhole = 0.0;
+        double const fraction = splitWhole(value, whole);
+        double const expected = std::modf(value, &expectedWhole);
+        EXPECT_EQ(std::bit_cast<std::uint64_t>(fraction), std::bit_cast<std::uint64_t>(expected)) << value;
+        EXPECT_EQ(std::bit_cast<std::uint64_t>(whole), std::bit_cast<std::uint64_t>(expectedWhole)) << value;
+    }
+    double whole = 0.0;
+    EXPECT_TRUE(std::isnan(splitWhole(std::nan(""), whole)));
+    EXPECT_TRUE(std::isnan(whole));
 }
 
 TEST(Numeric, ClampsWithoutUndefinedBehaviour)

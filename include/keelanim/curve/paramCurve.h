@@ -130,7 +130,12 @@ public:
     float seconds(Tkeyframe const* key) const;
     float seconds(unsigned index) const;
     double doubleSeconds(Tkeyframe const* key) const;
-    double value(unsigned index) const;
+    // The key's value, 0.0 for a bad index.
+    double value(unsigned index) const
+    {
+        Tkeyframe const* key = keyframe(index);
+        return key != nullptr ? key->value() : 0.0;
+    }
     bool breakdown(unsigned index) const;
     bool tickDrawSpecial(unsigned index) const;
 
