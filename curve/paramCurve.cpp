@@ -111,11 +111,6 @@ Tkeyframe* TparamCurve::newKeyCopy(Tkeyframe const& source) const
 
 // --- Storage ---------------------------------------------------------------------
 
-unsigned TparamCurve::arrayCount() const
-{
-    return fTickKeys != nullptr ? fTickKeys->count() : fFloatKeys->count();
-}
-
 unsigned TparamCurve::indexOfKey(Tkeyframe const* key) const
 {
     if (key == nullptr) {

@@ -375,7 +375,7 @@ public:
 
 private:
     // Storage helpers shared by the edits.
-    unsigned arrayCount() const;
+    unsigned arrayCount() const { return fTickKeys != nullptr ? fTickKeys->count() : fFloatKeys->count(); }
     bool acceptsTimeForm(TtimeValue const& time) const;
     TtimeValue storedTime(TtimeValue const& time) const;
     Tkeyframe* newKeyCopy(Tkeyframe const& source) const;
