@@ -16,5 +16,3 @@ std::int32_t clampToInt32(double value)
     double const rounded = std::nearbyint(std::fmin(std::fmax(value, kInt32Min), kInt32Max));
     return static_cast<std::int32_t>(std::fmin(std::fmax(rounded, kInt32Min), kInt32Max));
 }
-
-

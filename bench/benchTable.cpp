@@ -9,9 +9,9 @@
 
 #include <algorithm>
 #include <chrono>
-#include <malloc.h>
 #include <cstdio>
 #include <functional>
+#include <malloc.h>
 #include <map>
 #include <memory>
 #include <random>

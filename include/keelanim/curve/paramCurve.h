@@ -316,6 +316,10 @@ public:
     bool isStatic() const { return fCurveFlags.isSet(kStaticBit); }
     void checkStaticValueCondition(unsigned index);
     void checkStaticTanCondition(unsigned index);
+    // Makes evaluation forget what it remembers of the keys: the last span
+    // and its cubic, the cached key, and the copy of the key times from key
+    // `index` on (-1: all). The curve's own edits call it; a host that
+    // changes key objects directly calls it before evaluating again.
     void invalidateCache(int index = -1);
     void markDirty();
     // Snapshots of each key's index, by key address; nested.
