@@ -146,3 +146,13 @@ TEST(MuseumProperties, EditsLeaveNoStaleEvaluationState)
         }
     }
 }
+
+TEST(MuseumProperties, FlippingTheWeightingBitIsSeenByEvaluation)
+{
+    auto curve = keeltest::buildCurve(true, false, keeltest::weightedKeys());
+    double const hermite = curve->evaluate(0.4f);
+    curve->setCurveFlag(TparamCurve::kWeightedBit, true);
+    TparamCurve fresh(*curve);
+    EXPECT_EQ(curve->evaluate(0.4f), fresh.evaluate(0.4f));
+    EXPECT_NE(curve->evaluate(0.4f), hermite) << "handles off the thirds shape a weighted span differently";
+}

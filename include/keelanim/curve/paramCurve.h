@@ -330,7 +330,16 @@ public:
 
     // --- Flags, locks and host context -------------------------------------
     TbitField32 curveFlags() const { return fCurveFlags; }
-    void setCurveFlag(TcurveFlagBit bit, bool on) { fCurveFlags.setTo(bit, on); }
+    // The weighting bit decides each span's segment kind: changing it makes
+    // evaluation forget the spans it remembers.
+    void setCurveFlag(TcurveFlagBit bit, bool on)
+    {
+        bool const reweighted = bit == kWeightedBit && fCurveFlags.isSet(bit) != on;
+        fCurveFlags.setTo(bit, on);
+        if (reweighted) {
+            invalidateCache();
+        }
+    }
     bool isWeighted() const { return fCurveFlags.isSet(kWeightedBit); }
     // Channels the host has locked (change-mask bits).
     void setLockedParams(unsigned mask) { fLockedParams = mask; }
