@@ -141,6 +141,10 @@ double TparamCurve::evaluateRules(TevalTime const& time)
     if (isStatic()) {
         return value(0);
     }
+    double inSpan = 0.0;
+    if (valueInSearchedSpan(time, count, inSpan)) {
+        return inSpan;
+    }
     unsigned index = 0;
     bool atKey = false;
     if (!locateCached(time, count, index, atKey)) {
@@ -153,6 +157,35 @@ double TparamCurve::evaluateRules(TevalTime const& time)
     double const value = valueInSpan(index, time.fSeconds);
     rememberFastSpan(index);
     return value;
+}
+
+// Random access on a float curve: one search of the copy of the key times
+// answers a time strictly inside a span and farther than the key tolerance
+// from both its keys. Those are exactly the times on which the cached-key
+// test and the tolerant search agree (same span, same cached key); every
+// other time takes the full rules.
+bool TparamCurve::valueInSearchedSpan(TevalTime const& time, unsigned count, double& value)
+{
+    if (fFloatKeys == nullptr) {
+        return false;
+    }
+    if (!fFloatTimes.covers(count)) {
+        fFloatTimes.refresh(*fFloatKeys);
+    }
+    unsigned span = 0;
+    if (!fFloatTimes.covers(count) || !fFloatTimes.spanHolding(narrowToFloat(time.fSeconds), fCachedKeyIndex, span)) {
+        return false;
+    }
+    // The keys themselves must hold the time: a copy made stale behind the
+    // curve's back is dropped rather than trusted.
+    if (!(time.fSeconds > hostSeconds(keyframe(span)) && time.fSeconds < hostSeconds(keyframe(span + 1)))) {
+        fFloatTimes.invalidate();
+        return false;
+    }
+    cacheKey(span);
+    value = valueInSpan(span, time.fSeconds);
+    rememberFastSpan(span);
+    return true;
 }
 
 void TparamCurve::cacheKey(unsigned index)

@@ -445,6 +445,7 @@ private:
     double evaluateRules(TevalTime const& time);
     double evaluateInfinitiesAt(double seconds, bool pre);
     double valueInRange(double seconds);
+    bool valueInSearchedSpan(TevalTime const& time, unsigned count, double& value);
     bool locateCached(TevalTime const& time, unsigned count, unsigned& index, bool& atKey);
     void locateBySearch(TevalTime const& time, unsigned count, unsigned& index, bool& atKey);
     unsigned firstKeyNotBefore(double seconds, unsigned count);

@@ -3,6 +3,7 @@
 #include "keelanim/base/export.h"
 #include "keelanim/keys/keyframeArrays.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <vector>
 
@@ -26,8 +27,9 @@ public:
         if (index < fFresh) {
             fFresh = index;
         }
+        fFirstDisorder = std::min(fFirstDisorder, fFresh);
     }
-    void invalidate() { fFresh = 0; }
+    void invalidate() { invalidateFrom(0); }
     // Copies the times of the stale slots (and drops the slots past the
     // array's end); the copy then covers `keys`.
     void refresh(TkeyframeSortedArray<Order> const& keys);
@@ -39,14 +41,25 @@ public:
     // The time of slot `index` as the array orders it; the slot must exist.
     Key keyAt(unsigned index) const { return Key(fTimes[index]); }
 
+    // True when every key lies after its predecessor by more than the
+    // order's tolerance (the copy covering its array).
+    bool isOrdered() const { return fFirstDisorder >= fTimes.size(); }
+    // For ordered keys: true, with the span (index of its first key), when
+    // the probe lies inside a span and farther than the tolerance from both
+    // of its keys. False outside the keys, near a key, or when not ordered.
+    // Span `hint` and its neighbours are tried before searching.
+    bool spanHolding(Key probe, unsigned hint, unsigned& span) const;
+
     // Heap bytes held by the copy.
     std::size_t heapBytes() const { return fTimes.capacity() * sizeof(Stored); }
 
 private:
     unsigned firstNotBefore(Key probe) const;
+    void noteOrderFrom(unsigned from);
 
     std::vector<Stored> fTimes;
-    unsigned fFresh = 0;  // slots [0, fFresh) hold their keys' times
+    unsigned fFresh = 0;          // slots [0, fFresh) hold their keys' times
+    unsigned fFirstDisorder = 0;  // first slot not after its predecessor; <= fFresh
 };
 
 extern template class TkeyTimeMirror<TfloatKeyframePtrSObj>;
