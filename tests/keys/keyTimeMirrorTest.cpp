@@ -128,6 +128,60 @@ TEST_F(KeyTimeMirror, RefreshCopiesOnlyTheStaleTail)
     EXPECT_GE(mirror.heapBytes(), 3 * sizeof(std::int32_t));
 }
 
+TEST_F(KeyTimeMirror, SpansHoldOnlyTimesClearOfTheirKeys)
+{
+    TfloatKeyframePtrArray array(false, 8);
+    for (float t : {0.0f, 1.0f, 2.0f, 4.0f, 8.0f}) {
+        array.insert(key(t));
+    }
+    TkeyTimeMirror<TfloatKeyframePtrSObj> mirror;
+    mirror.refresh(array);
+    ASSERT_TRUE(mirror.isOrdered());
+    struct Tcase {
+        double fProbe;
+        bool fHeld;
+        unsigned fSpan;
+    };
+    Tcase const cases[] = {
+        {0.5, true, 0},   {1.5, true, 1},         {3.0, true, 2},         {7.99, true, 3},
+        {-0.5, false, 0}, {8.5, false, 0},        {0.0, false, 0},        {8.0, false, 0},
+        {2.0, false, 0},  {2.0 + 5e-6, false, 0}, {2.0 - 5e-6, false, 0}, {2.0 + 2e-5, true, 2},
+    };
+    for (Tcase const& c : cases) {
+        for (unsigned hint : {0u, 1u, 2u, 3u, 4u, 99u}) {  // every hint gives the same answer
+            unsigned span = 77;
+            EXPECT_EQ(mirror.spanHolding(c.fProbe, hint, span), c.fHeld) << c.fProbe << " hint " << hint;
+            if (c.fHeld) {
+                EXPECT_EQ(span, c.fSpan) << c.fProbe << " hint " << hint;
+            }
+        }
+    }
+}
+
+TEST_F(KeyTimeMirror, KeysOutOfOrderAreNeverAnsweredBySpan)
+{
+    TanimTimeKeyframePtrArray array(false, 8);
+    for (int t : {0, 100, 200, 300}) {
+        array.insert(key(t));
+    }
+    TkeyTimeMirror<TanimTimeKeyframePtrSObj> mirror;
+    mirror.refresh(array);
+    unsigned span = 0;
+    EXPECT_TRUE(mirror.spanHolding(150, 0, span));
+    ASSERT_TRUE(array.at(1)->setTime(TanimTime::fromTicks(250)));  // now after its successor
+    mirror.invalidateFrom(1);
+    mirror.refresh(array);
+    EXPECT_FALSE(mirror.isOrdered());
+    EXPECT_FALSE(mirror.spanHolding(150, 0, span));
+    ASSERT_TRUE(array.at(1)->setTime(TanimTime::fromTicks(100)));
+    mirror.invalidateFrom(1);
+    mirror.refresh(array);
+    EXPECT_TRUE(mirror.isOrdered()) << "order comes back with the keys";
+    mirror.invalidateFrom(3);
+    mirror.refresh(array);
+    EXPECT_TRUE(mirror.isOrdered()) << "refreshing an ordered tail keeps the order known";
+}
+
 TEST_F(KeyTimeMirror, AnEmptySlotIsNeverCovered)
 {
     TanimTimeKeyframePtrArray array(false, 8);
