@@ -446,6 +446,11 @@ double TparamCurve::valueInRange(double secondsTime)
     if (secondsTime - reach > fFastStart && secondsTime + reach < fFastEnd && valueInFastSpan(secondsTime, fast)) {
         return fast;
     }
+    // A time clear of every key inside a span: find() would find no key and
+    // evaluation would answer it just so.
+    if (!isStatic() && valueInSearchedSpan(TevalTime{secondsTime, 0, false}, arrayCount(), fast)) {
+        return fast;
+    }
     if (findToEvaluate(TtimeValue(narrowToFloat(secondsTime)), index)) {
         return value(index);
     }
