@@ -154,8 +154,9 @@ double TparamCurve::evaluateRules(TevalTime const& time)
         fFastSpan = -1;
         return valueAtKey(index);
     }
-    double const value = valueInSpan(index, time.fSeconds);
-    rememberFastSpan(index);
+    TspanKeys const span = spanKeys(index);
+    double const value = valueInSpan(span, time.fSeconds);
+    rememberFastSpan(span);
     return value;
 }
 
@@ -172,17 +173,18 @@ bool TparamCurve::valueInSearchedSpan(TevalTime const& time, unsigned count, dou
     if (!fFloatTimes.covers(count)) {
         fFloatTimes.refresh(*fFloatKeys);
     }
-    unsigned span = 0;
-    if (!fFloatTimes.covers(count) || !fFloatTimes.spanHolding(narrowToFloat(time.fSeconds), fCachedKeyIndex, span)) {
+    unsigned lo = 0;
+    if (!fFloatTimes.covers(count) || !fFloatTimes.spanHolding(narrowToFloat(time.fSeconds), fCachedKeyIndex, lo)) {
         return false;
     }
     // The keys themselves must hold the time: a copy made stale behind the
     // curve's back is dropped rather than trusted.
-    if (!(time.fSeconds > hostSeconds(keyframe(span)) && time.fSeconds < hostSeconds(keyframe(span + 1)))) {
+    TspanKeys const span = spanKeys(lo);
+    if (!(time.fSeconds > span.fStart && time.fSeconds < span.fEnd)) {
         fFloatTimes.invalidate();
         return false;
     }
-    cacheKey(span);
+    cacheKey(lo);
     value = valueInSpan(span, time.fSeconds);
     rememberFastSpan(span);
     return true;
@@ -298,20 +300,18 @@ unsigned TparamCurve::firstKeyNotBefore(double seconds, unsigned count)
     return search([this, &time](unsigned i) { return compareWithKey(time, i) > 0; });
 }
 
-void TparamCurve::rememberFastSpan(unsigned lo)
+void TparamCurve::rememberFastSpan(TspanKeys const& span)
 {
     if (isStatic()) {
         fFastSpan = -1;
         return;
     }
-    Tkeyframe const* first = keyframe(lo);
-    Tkeyframe const* second = keyframe(lo + 1);
-    fFastSpan = static_cast<std::int32_t>(lo);
-    fFastStart = hostSeconds(first);
-    fFastEnd = hostSeconds(second);
-    fFastFirstValue = first->value();
-    fFastSecondValue = second->value();
-    fFastMethod = first->interpMethod();
+    fFastSpan = static_cast<std::int32_t>(span.fIndex);
+    fFastStart = span.fStart;
+    fFastEnd = span.fEnd;
+    fFastFirstValue = span.fFirst->value();
+    fFastSecondValue = span.fSecond->value();
+    fFastMethod = span.fFirst->interpMethod();
 }
 
 double TparamCurve::valueAtKey(unsigned index)
@@ -323,30 +323,30 @@ double TparamCurve::valueAtKey(unsigned index)
     return value(index);
 }
 
-double TparamCurve::valueInSpan(unsigned lo, double secondsTime)
+double TparamCurve::valueInSpan(TspanKeys const& span, double secondsTime)
 {
-    Tkeyframe const* first = keyframe(lo);
+    Tkeyframe const* first = span.fFirst;
     if (fsOverrideTangentsForBlockingMode) {
         return first->value();
     }
     switch (first->interpMethod()) {
     case Tkeyframe::kInterpLinear: {
-        double const t0 = hostSeconds(first);
-        double const t1 = hostSeconds(keyframe(lo + 1));
+        double const t0 = span.fStart;
+        double const t1 = span.fEnd;
         if (t0 == t1) {
             return first->value();
         }
-        return first->value() + (secondsTime - t0) / (t1 - t0) * (value(lo + 1) - first->value());
+        return first->value() + (secondsTime - t0) / (t1 - t0) * (span.fSecond->value() - first->value());
     }
     case Tkeyframe::kInterpStep: return first->value();
-    case Tkeyframe::kInterpStepNext: return value(lo + 1);
+    case Tkeyframe::kInterpStepNext: return span.fSecond->value();
     case Tkeyframe::kInterpSegment: {
         double value = 0.0;
-        if (valueInHermiteSpan(lo, secondsTime, value)) {
+        if (valueInHermiteSpan(span, secondsTime, value)) {
             return value;
         }
-        if (fInterpolatorSpan != static_cast<std::int32_t>(lo)) {
-            setInterpolationInterval(lo);
+        if (fInterpolatorSpan != static_cast<std::int32_t>(span.fIndex)) {
+            setInterpolationInterval(span.fIndex);
         }
         return fInterpolator != nullptr ? fInterpolator->evaluate(secondsTime) : 0.0;
     }
@@ -356,19 +356,17 @@ double TparamCurve::valueInSpan(unsigned lo, double secondsTime)
 
 // Most spans are Hermite cubics: their coefficients are computed here, as
 // T2dHermite computes them, without building the span's segment.
-bool TparamCurve::valueInHermiteSpan(unsigned lo, double secondsTime, double& value)
+bool TparamCurve::valueInHermiteSpan(TspanKeys const& span, double secondsTime, double& value)
 {
-    auto const span = static_cast<std::int32_t>(lo);
-    if (fCubicSpan != span) {
-        Tkeyframe const* first = keyframe(lo);
-        if (keyframe(lo + 1) == nullptr ||
-            T2dAnimCurve::desiredInterpolatorType(isWeighted(), first) != kInterpolatorHermite) {
+    auto const index = static_cast<std::int32_t>(span.fIndex);
+    if (fCubicSpan != index) {
+        if (T2dAnimCurve::desiredInterpolatorType(isWeighted(), span.fFirst) != kInterpolatorHermite) {
             return false;
         }
         double c[8];
-        spanControls(lo, c);
+        spanControls(span, c);
         fCubic = ThermiteCubic::fromControls(c[0], c[1], c[2], c[3], c[4], c[5], c[6], c[7]);
-        fCubicSpan = span;
+        fCubicSpan = index;
     }
     value = fCubic.evaluate(secondsTime);
     return true;
@@ -533,7 +531,7 @@ void TparamCurve::setInterpolationInterval(unsigned index)
         return;
     }
     double c[8];
-    spanControls(index, c);
+    spanControls(spanKeys(index), c);
     if (T2dAnimCurve* segment = updateInterpolator(first)) {
         segment->create(this, index, c[0], c[1], c[2], c[3], c[4], c[5], c[6], c[7], true);
     }
@@ -541,20 +539,18 @@ void TparamCurve::setInterpolationInterval(unsigned index)
 }
 
 // Keys and handle ends: each handle reaches a third of its tangent vector.
-void TparamCurve::spanControls(unsigned index, double c[8]) const
+void TparamCurve::spanControls(TspanKeys const& span, double c[8])
 {
-    Tkeyframe const* first = keyframe(index);
-    Tkeyframe const* second = keyframe(index + 1);
     float tx = 0.0f;
     float ty = 0.0f;
-    c[0] = hostSeconds(first);
-    c[1] = first->value();
-    first->getTanOut(tx, ty);
+    c[0] = span.fStart;
+    c[1] = span.fFirst->value();
+    span.fFirst->getTanOut(tx, ty);
     c[2] = c[0] + tx * kOneThird;
     c[3] = c[1] + ty * kOneThird;
-    c[6] = hostSeconds(second);
-    c[7] = second->value();
-    second->getTanIn(tx, ty);
+    c[6] = span.fEnd;
+    c[7] = span.fSecond->value();
+    span.fSecond->getTanIn(tx, ty);
     c[4] = c[6] - tx * kOneThird;
     c[5] = c[7] - ty * kOneThird;
 }

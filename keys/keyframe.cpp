@@ -296,18 +296,6 @@ bool Tkeyframe::setTimeAndValue(TtimeValue const& time, double value, double aux
 
 // --- Tangents ------------------------------------------------------------------
 
-void Tkeyframe::getTanIn(float& x, float& y) const
-{
-    x = fTanInX;
-    y = fTanInY;
-}
-
-void Tkeyframe::getTanOut(float& x, float& y) const
-{
-    x = fTanOutX;
-    y = fTanOutY;
-}
-
 bool Tkeyframe::setTanIn(float x, float y)
 {
     return storeTangent(x, y, fTanInX, fTanInY);

@@ -450,17 +450,32 @@ private:
     void locateBySearch(TevalTime const& time, unsigned count, unsigned& index, bool& atKey);
     unsigned firstKeyNotBefore(double seconds, unsigned count);
     double valueAtKey(unsigned index);
-    double valueInSpan(unsigned lo, double seconds);
+    // The two keys of span `fIndex` and their host times, read once per
+    // span change. The span's second key must exist.
+    struct TspanKeys {
+        unsigned fIndex;
+        Tkeyframe const* fFirst;
+        Tkeyframe const* fSecond;
+        double fStart;
+        double fEnd;
+    };
+    TspanKeys spanKeys(unsigned lo) const
+    {
+        Tkeyframe const* first = keyframe(lo);
+        Tkeyframe const* second = keyframe(lo + 1);
+        return TspanKeys{lo, first, second, hostSeconds(first), hostSeconds(second)};
+    }
+    double valueInSpan(TspanKeys const& span, double seconds);
     // The value at a time strictly inside the span of the last evaluation,
     // computed as valueInSpan would; false when that shortcut does not hold.
     bool valueInFastSpan(double seconds, double& value) const;
-    void rememberFastSpan(unsigned lo);
-    // The control points of span `index` as its segment is built from them:
+    void rememberFastSpan(TspanKeys const& span);
+    // The control points of a span as its segment is built from them:
     // x0, y0, x1, y1, x2, y2, x3, y3.
-    void spanControls(unsigned index, double c[8]) const;
-    // The value in Hermite span `lo`, through fCubic; false when the span
-    // is answered by another kind of segment.
-    bool valueInHermiteSpan(unsigned lo, double seconds, double& value);
+    static void spanControls(TspanKeys const& span, double c[8]);
+    // The value in a Hermite span, through fCubic; false when the span is
+    // answered by another kind of segment.
+    bool valueInHermiteSpan(TspanKeys const& span, double seconds, double& value);
     void cacheKey(unsigned index);
     bool splitSpanAt(TtimeValue const& time, Tkeyframe& made, float neighbourTangents[4], bool& reshapes);
 

@@ -118,8 +118,16 @@ public:
     float quatComponent() const { return fQuatComponent; }
 
     // --- Tangents ----------------------------------------------------------
-    void getTanIn(float& x, float& y) const;
-    void getTanOut(float& x, float& y) const;
+    void getTanIn(float& x, float& y) const
+    {
+        x = fTanInX;
+        y = fTanInY;
+    }
+    void getTanOut(float& x, float& y) const
+    {
+        x = fTanOutX;
+        y = fTanOutY;
+    }
     bool setTanIn(float x, float y);
     bool setTanOut(float x, float y);
     // The types evaluation should use: stepped for tick keys while the
