@@ -141,6 +141,13 @@ double TparamCurve::evaluateRules(TevalTime const& time)
     if (isStatic()) {
         return value(0);
     }
+    return evaluateBetweenKeys(time, count);
+}
+
+// A time within the keys' range (or before the first key / after the last
+// with constant infinities) on a curve that is not static.
+double TparamCurve::evaluateBetweenKeys(TevalTime const& time, unsigned count)
+{
     double inSpan = 0.0;
     if (valueInSearchedSpan(time, count, inSpan)) {
         return inSpan;
@@ -455,6 +462,16 @@ double TparamCurve::valueInRange(double secondsTime)
     return evaluateAt(TevalTime{secondsTime, 0, false});
 }
 
+// The end key's value continued along its outer tangent.
+double TparamCurve::linearInfinityValue(double t, bool pre, double first, double end) const
+{
+    unsigned const last = arrayCount() - 1;
+    double const slope = std::tan(tangentAngle(pre ? 0 : last, pre, 1.0, 1.0));
+    double const run = pre ? first - t : t - end;
+    double const rise = slope == 0.0 ? 0.0 : slope * run;
+    return pre ? value(0) - rise : value(last) + rise;
+}
+
 double TparamCurve::evaluateInfinitiesAt(double t, bool pre)
 {
     unsigned const last = arrayCount() - 1;
@@ -472,10 +489,7 @@ double TparamCurve::evaluateInfinitiesAt(double t, bool pre)
     TparamCurveEnums::TinfinityType const type = pre ? fPreInfinity : fPostInfinity;
 
     if (type == TparamCurveEnums::kLinear) {
-        double const slope = std::tan(tangentAngle(pre ? 0 : last, pre, 1.0, 1.0));
-        double const run = pre ? first - t : t - end;
-        double const rise = slope == 0.0 ? 0.0 : slope * run;
-        return pre ? value(0) - rise : value(last) + rise;
+        return linearInfinityValue(t, pre, first, end);
     }
     double mapped = offset;  // every other type: deliberately unshifted
     if (type == TparamCurveEnums::kOscillate) {

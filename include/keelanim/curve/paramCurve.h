@@ -443,7 +443,9 @@ private:
     int compareWithKey(TevalTime const& time, unsigned index) const;
     double evaluateAt(TevalTime const& time);
     double evaluateRules(TevalTime const& time);
+    [[gnu::noinline]] double evaluateBetweenKeys(TevalTime const& time, unsigned count);
     double evaluateInfinitiesAt(double seconds, bool pre);
+    [[gnu::noinline]] double linearInfinityValue(double seconds, bool pre, double first, double end) const;
     double valueInRange(double seconds);
     bool valueInSearchedSpan(TevalTime const& time, unsigned count, double& value);
     bool locateCached(TevalTime const& time, unsigned count, unsigned& index, bool& atKey);
