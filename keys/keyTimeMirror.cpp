@@ -61,13 +61,13 @@ template <class Order> bool TkeyTimeMirror<Order>::spanHolding(Key probe, unsign
     // holds is near one of them.
     unsigned const first = std::min(hint, count - 2) > 0 ? std::min(hint, count - 2) - 1 : 0;
     unsigned const last = std::min(first + 3, count - 1);
-    for (unsigned s = first; s < last; ++s) {
-        if (holds(s)) {
-            span = s;
-            return true;
-        }
-    }
     if (!(probe < keyAt(first)) && !(probe > keyAt(last))) {
+        for (unsigned s = first; s < last; ++s) {
+            if (holds(s)) {
+                span = s;
+                return true;
+            }
+        }
         return false;
     }
     unsigned const after = firstNotBefore(probe);
