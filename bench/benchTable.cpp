@@ -282,7 +282,7 @@ double bytesPerKey()
             curve->add(Tkeyframe(TanimTime::fromTicks(int(i) * 250), double(i), kTangentFixed, kTangentFixed));
         }
         for (double t : randomTimes(kKeys / 6000)) {
-            benchmark::DoNotOptimize(curve->evaluate(float(t)));
+            benchmark::DoNotOptimize(curve->evaluate(TtimeValue(TanimTime(t, kSeconds))));
         }
         perKey = double(heapInUse() - before) / kKeys;
     }

@@ -250,53 +250,17 @@ bool TparamCurve::findStoredTime(TtimeValue const& time, unsigned& index) const
     return !std::isnan(seconds) && findIn(*fFloatKeys, seconds, index);
 }
 
+// Keys are most often added after the last one: that costs no search.
 template <class Array> bool TparamCurve::findIn(Array const& keys, typename Array::Key probe, unsigned& index)
 {
     using Order = typename Array::OrderType;
-    Tkeyframe* const* slots = keys.keys();
-    auto const keyAt = [slots](unsigned i, typename Order::Key& key) {
-        if (slots[i] == nullptr) {
-            return false;
-        }
-        key = Order::keyOf(*slots[i]);
-        return true;
-    };
-    return findAfterLastOrSearch<Order>(keys.count(), probe, keyAt, index);
-}
-
-bool TparamCurve::findToEvaluate(TtimeValue const& time, unsigned& index)
-{
-    index = 0;
-    if (fTickKeys != nullptr) {
-        return findThroughCopy(*fTickKeys, fTickTimes, storedTime(time).asAnimTime().ticks(), index);
+    unsigned const n = keys.count();
+    Tkeyframe const* last = n > 0 ? keys.at(n - 1) : nullptr;
+    if (last != nullptr && Order::greater(probe, Order::keyOf(*last))) {
+        index = n;
+        return false;
     }
-    double const seconds = time.seconds();
-    return !std::isnan(seconds) && findThroughCopy(*fFloatKeys, fFloatTimes, seconds, index);
-}
-
-// The copy is exact while the curve's edits report the keys they change; the
-// check against the two keys around the answer keeps a stale copy (a key
-// changed behind the curve's back) from ever answering wrongly.
-template <class Array, class Mirror>
-bool TparamCurve::findThroughCopy(Array const& keys, Mirror& copy, typename Array::Key probe, unsigned& index)
-{
-    using Order = typename Array::OrderType;
-    unsigned const count = keys.count();
-    copy.refresh(keys);
-    if (copy.covers(count)) {
-        bool const found = copy.find(probe, index);
-        Tkeyframe const* at = keys.at(index);
-        Tkeyframe const* before = index > 0 ? keys.at(index - 1) : nullptr;
-        bool const agrees =
-            found ? at != nullptr && !Order::less(Order::keyOf(*at), probe) && !Order::greater(Order::keyOf(*at), probe)
-                  : (index == 0 || (before != nullptr && Order::greater(probe, Order::keyOf(*before)))) &&
-                        (index == count || (at != nullptr && Order::less(probe, Order::keyOf(*at))));
-        if (agrees) {
-            return found;
-        }
-        copy.invalidate();
-    }
-    return findIn(keys, probe, index);
+    return keys.findKey(probe, index) == 0;
 }
 
 TtimeValue TparamCurve::timeValue(Tkeyframe const* key) const

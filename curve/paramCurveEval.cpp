@@ -7,8 +7,10 @@
 #include "keelanim/segments/hermite.h"
 #include "keelanim/segments/pluginInterp.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <ranges>
 
 namespace {
 
@@ -22,6 +24,12 @@ bool isLinear(TtangentType type)
 bool isStepped(TtangentType type)
 {
     return type == kTangentStep || type == kTangentStepNext;
+}
+
+// The value of a linear span of nonzero length at time t.
+double linearValue(double t, double t0, double t1, double v0, double v1)
+{
+    return v0 + (t - t0) / (t1 - t0) * (v1 - v0);
 }
 
 }  // namespace
@@ -76,8 +84,7 @@ TparamCurve::TevalTime TparamCurve::evalTime(TtimeValue const& time) const
         if (fFastStart == fFastEnd) {
             return false;
         }
-        value =
-            fFastFirstValue + (seconds - fFastStart) / (fFastEnd - fFastStart) * (fFastSecondValue - fFastFirstValue);
+        value = linearValue(seconds, fFastStart, fFastEnd, fFastFirstValue, fFastSecondValue);
         return true;
     case Tkeyframe::kInterpStep: value = fFastFirstValue; return true;
     case Tkeyframe::kInterpStepNext: value = fFastSecondValue; return true;
@@ -149,7 +156,7 @@ double TparamCurve::evaluateRules(TevalTime const& time)
 double TparamCurve::evaluateBetweenKeys(TevalTime const& time, unsigned count)
 {
     double inSpan = 0.0;
-    if (valueInSearchedSpan(time, count, inSpan)) {
+    if (valueInSearchedSpan(time, inSpan)) {
         return inSpan;
     }
     unsigned index = 0;
@@ -167,30 +174,31 @@ double TparamCurve::evaluateBetweenKeys(TevalTime const& time, unsigned count)
     return value;
 }
 
-// Random access on a float curve: one search of the copy of the key times
-// answers a time strictly inside a span and farther than the key tolerance
-// from both its keys. Those are exactly the times on which the cached-key
-// test and the tolerant search agree (same span, same cached key); every
-// other time takes the full rules.
-bool TparamCurve::valueInSearchedSpan(TevalTime const& time, unsigned count, double& value)
+// Random access: one search of the copy of the key times answers a time
+// strictly inside a span and clear of both its keys (beyond the key
+// tolerance of a float curve). Those are exactly the times on which the
+// cached-key test and the key search agree (same span, same cached key).
+// Every other time, and seconds on a tick curve or times mapped through a
+// clip, take the full rules.
+bool TparamCurve::valueInSearchedSpan(TevalTime const& time, double& value)
 {
-    if (fFloatKeys == nullptr) {
-        return false;
-    }
-    if (!fFloatTimes.covers(count)) {
-        fFloatTimes.refresh(*fFloatKeys);
-    }
     unsigned lo = 0;
-    if (!fFloatTimes.covers(count) || !fFloatTimes.spanHolding(narrowToFloat(time.fSeconds), fCachedKeyIndex, lo)) {
+    bool const held = fFloatKeys != nullptr
+                          ? fFloatTimes.refresh(*fFloatKeys) &&
+                                fFloatTimes.spanHolding(narrowToFloat(time.fSeconds), fCachedKeyIndex, lo)
+                          : time.fExactTicks && fNleData == nullptr && fTickTimes.refresh(*fTickKeys) &&
+                                fTickTimes.spanHolding(time.fTicks, fCachedKeyIndex, lo);
+    if (!held) {
         return false;
     }
     // The keys themselves must hold the time: a copy made stale behind the
     // curve's back is dropped rather than trusted.
-    TspanKeys const span = spanKeys(lo);
-    if (!(time.fSeconds > span.fStart && time.fSeconds < span.fEnd)) {
+    if (!(compareWithKey(time, lo) > 0 && compareWithKey(time, lo + 1) < 0)) {
         fFloatTimes.invalidate();
+        fTickTimes.invalidate();
         return false;
     }
+    TspanKeys const span = spanKeys(lo);
     cacheKey(lo);
     value = valueInSpan(span, time.fSeconds);
     rememberFastSpan(span);
@@ -251,9 +259,14 @@ void TparamCurve::locateBySearch(TevalTime const& time, unsigned count, unsigned
     if (isFloatCurve() || time.fExactTicks) {
         TtimeValue const probe =
             time.fExactTicks ? TtimeValue(TanimTime::fromTicks(time.fTicks)) : TtimeValue(narrowToFloat(time.fSeconds));
-        exact = findToEvaluate(probe, found);
+        exact = find(probe, found);
     } else {
-        found = firstKeyNotBefore(time.fSeconds, count);
+        // Seconds on a tick curve: the first key the time is not after, by
+        // the keys' host seconds.
+        auto const indices = std::views::iota(0u, count);
+        found = static_cast<unsigned>(
+            std::ranges::partition_point(indices, [&](unsigned i) { return compareWithKey(time, i) > 0; }) -
+            indices.begin());
         exact = found < count && compareWithKey(time, found) == 0;
     }
     if (exact) {
@@ -273,38 +286,6 @@ void TparamCurve::locateBySearch(TevalTime const& time, unsigned count, unsigned
         cacheKey(index);
         atKey = false;
     }
-}
-
-// Seconds on a tick curve: the first key at or after `seconds`, comparing
-// the keys' host seconds. They are read from the copy of the key ticks when
-// no clip maps them; the answer is checked against the keys around it.
-unsigned TparamCurve::firstKeyNotBefore(double seconds, unsigned count)
-{
-    TevalTime const time{seconds, 0, false};
-    auto const search = [count](auto const& isAfterKey) {
-        unsigned lo = 0;
-        unsigned hi = count;
-        while (lo < hi) {
-            unsigned const mid = lo + (hi - lo) / 2;
-            if (isAfterKey(mid)) {
-                lo = mid + 1;
-            } else {
-                hi = mid;
-            }
-        }
-        return lo;
-    };
-    fTickTimes.refresh(*fTickKeys);
-    if (fNleData == nullptr && fTickTimes.covers(count)) {
-        unsigned const found = search(
-            [this, seconds](unsigned i) { return seconds > TanimTime::fromTicks(fTickTimes.keyAt(i)).seconds(); });
-        if ((found == 0 || compareWithKey(time, found - 1) > 0) &&
-            (found == count || compareWithKey(time, found) <= 0)) {
-            return found;
-        }
-        fTickTimes.invalidate();
-    }
-    return search([this, &time](unsigned i) { return compareWithKey(time, i) > 0; });
 }
 
 void TparamCurve::rememberFastSpan(TspanKeys const& span)
@@ -343,7 +324,7 @@ double TparamCurve::valueInSpan(TspanKeys const& span, double secondsTime)
         if (t0 == t1) {
             return first->value();
         }
-        return first->value() + (secondsTime - t0) / (t1 - t0) * (span.fSecond->value() - first->value());
+        return linearValue(secondsTime, t0, t1, first->value(), span.fSecond->value());
     }
     case Tkeyframe::kInterpStep: return first->value();
     case Tkeyframe::kInterpStepNext: return span.fSecond->value();
@@ -443,7 +424,7 @@ double TparamCurve::valueInRange(double secondsTime)
         if (valueInFastSpan(ticks.seconds(), fast)) {
             return fast;  // strictly between two keys: no key at this tick
         }
-        return findToEvaluate(ticks, index) ? value(index) : evaluateRules(evalTime(ticks));
+        return find(ticks, index) ? value(index) : evaluateRules(evalTime(ticks));
     }
     // find() looks within the key tolerance of the time narrowed to single
     // precision: beyond that reach of the span's ends no key can answer.
@@ -453,10 +434,10 @@ double TparamCurve::valueInRange(double secondsTime)
     }
     // A time clear of every key inside a span: find() would find no key and
     // evaluation would answer it just so.
-    if (!isStatic() && valueInSearchedSpan(TevalTime{secondsTime, 0, false}, arrayCount(), fast)) {
+    if (!isStatic() && valueInSearchedSpan(TevalTime{secondsTime, 0, false}, fast)) {
         return fast;
     }
-    if (findToEvaluate(TtimeValue(narrowToFloat(secondsTime)), index)) {
+    if (find(TtimeValue(narrowToFloat(secondsTime)), index)) {
         return value(index);
     }
     return evaluateAt(TevalTime{secondsTime, 0, false});

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-template <class Order> void TkeyTimeMirror<Order>::refresh(TkeyframeSortedArray<Order> const& keys)
+template <class Order> bool TkeyTimeMirror<Order>::refreshTail(TkeyframeSortedArray<Order> const& keys)
 {
     unsigned const count = keys.count();
     if (fFresh > count) {
@@ -18,12 +18,13 @@ template <class Order> void TkeyTimeMirror<Order>::refresh(TkeyframeSortedArray<
             fTimes.resize(i);
             fFresh = i;
             fFirstDisorder = std::min(fFirstDisorder, i);
-            return;
+            return false;
         }
         fTimes[i] = Order::storedOf(*slots[i]);
     }
     fFresh = count;
     noteOrderFrom(from);
+    return true;
 }
 
 // Only the refreshed tail (and its first pair with the head) can bring a
@@ -95,30 +96,6 @@ template <class Order> unsigned TkeyTimeMirror<Order>::firstNotBefore(Key probe)
         n -= half;
     }
     return static_cast<unsigned>(base + (Order::greater(probe, Key(times[base])) ? 1 : 0));
-}
-
-// Sorted keys give the array's search the same answer whenever at most one
-// key lies within the tolerance of the probe; with two (keys closer than
-// twice the tolerance), the array's own halving decides which one answers.
-template <class Order> bool TkeyTimeMirror<Order>::find(Key probe, unsigned& index) const
-{
-    auto const count = static_cast<unsigned>(fTimes.size());
-    auto const matches = [this, probe](unsigned i) {
-        return !Order::less(probe, keyAt(i)) && !Order::greater(probe, keyAt(i));
-    };
-    index = firstNotBefore(probe);
-    if (index == count || !matches(index)) {
-        return false;
-    }
-    if (index + 1 == count || !matches(index + 1)) {
-        return true;
-    }
-    Stored const* times = fTimes.data();
-    auto const timeAt = [times](unsigned i, Key& key) {
-        key = Key(times[i]);
-        return true;
-    };
-    return findAfterLastOrSearch<Order>(count, probe, timeAt, index);
 }
 
 template class TkeyTimeMirror<TfloatKeyframePtrSObj>;

@@ -24,19 +24,38 @@ template <class Order> unsigned TkeyframeSortedArray<Order>::firstOfEqual(Key pr
 
 template <class Order> unsigned TkeyframeSortedArray<Order>::search(Key probe, bool probeIsNull, unsigned& index) const
 {
-    Tkeyframe* const* slots = keys();
-    auto const keyAt = [slots, probeIsNull](unsigned i, Key& key) {
-        if (probeIsNull || slots[i] == nullptr) {
-            return false;
-        }
-        key = Order::keyOf(*slots[i]);
-        return true;
-    };
-    unsigned const result = searchSortedKeys<Order>(count(), probe, keyAt, index);
-    if (result == 0 && !probeIsNull && slots[index] != nullptr && allowDuplicates()) {
-        index = firstOfEqual(probe, index);
+    unsigned const n = count();
+    if (n < 1) {
+        index = 0;
+        return kArrayFailure;
     }
-    return result;
+    long long lo = 0;
+    long long hi = static_cast<long long>(n) - 1;
+    for (;;) {
+        long long const mid = (lo + hi) / 2;
+        Tkeyframe const* key = keys()[mid];
+        if (probeIsNull || key == nullptr) {
+            index = static_cast<unsigned>(mid);
+            return 0;
+        }
+        Key const midKey = Order::keyOf(*key);
+        if (Order::less(probe, midKey)) {
+            hi = mid - 1;
+            if (lo > hi) {
+                index = static_cast<unsigned>(lo);
+                return kArrayFailure;
+            }
+        } else if (Order::greater(probe, midKey)) {
+            lo = mid + 1;
+            if (lo > hi) {
+                index = static_cast<unsigned>(mid + 1);
+                return kArrayFailure;
+            }
+        } else {
+            index = allowDuplicates() ? firstOfEqual(probe, static_cast<unsigned>(mid)) : static_cast<unsigned>(mid);
+            return 0;
+        }
+    }
 }
 
 template <class Order> unsigned TkeyframeSortedArray<Order>::findKey(Key probe, unsigned& index) const

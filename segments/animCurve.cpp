@@ -6,6 +6,8 @@
 #include "keelanim/segments/hermite.h"
 #include "keelanim/segments/pluginInterp.h"
 
+#include <algorithm>
+
 namespace {
 
 // Hosts may choose another segment kind for flat spans through this
@@ -24,6 +26,42 @@ T2dAnimCurve::~T2dAnimCurve() = default;
 double T2dAnimCurve::keySeconds(Tkeyframe const& key) const
 {
     return fFloatInput ? double(key.floatTime()) : double(float(key.animTime().ticks() / 6000.0));
+}
+
+void T2dAnimCurve::storeControls(double x0, double y0, double x1, double y1, double x2, double y2, double x3, double y3)
+{
+    fX0 = x0;
+    fY0 = y0;
+    fX1 = x1;
+    fY1 = y1;
+    fX2 = x2;
+    fY2 = y2;
+    fX3 = x3;
+    fY3 = y3;
+}
+
+void T2dAnimCurve::keepInputForward(float& x, float&)
+{
+    if (x < 0.0f) {
+        x = 0.0f;
+    }
+}
+
+void T2dAnimCurve::widenByHandleValues(Tkeyframe const* first, Tkeyframe const* second, double& min, double& max)
+{
+    if (first == nullptr || second == nullptr) {
+        return;
+    }
+    double const ya = first->value();
+    double const yb = second->value();
+    float tx = 0.0f;
+    float ty = 0.0f;
+    first->getTanOut(tx, ty);
+    double const q1 = ya + double(ty) * kOneThird;
+    second->getTanIn(tx, ty);
+    double const q2 = yb - double(ty) * kOneThird;
+    max = std::max({max, ya, yb, q1, q2});
+    min = std::min({min, ya, yb, q1, q2});
 }
 
 bool T2dAnimCurve::storeTanIn(Tkeyframe* key, float x, float y)

@@ -165,14 +165,7 @@ void T2dBezier::create(TparamCurve*, unsigned, double x0, double y0, double& x1,
             y2 = y3 - (y3 - y2) * (1.0 - b) / (1.0 - bOld);
         }
     }
-    fX0 = x0;
-    fY0 = y0;
-    fX1 = x1;
-    fY1 = y1;
-    fX2 = x2;
-    fY2 = y2;
-    fX3 = x3;
-    fY3 = y3;
+    storeControls(x0, y0, x1, y1, x2, y2, x3, y3);
     bezierToPower(0.0, a, b, 1.0, fInput);
     bezierToPower(y0, y1, y2, y3, fValue);
 }
@@ -356,26 +349,7 @@ void T2dBezier::getMinMaxTimeAndValue(float& minTime, double& minValue, float& m
 
 void T2dBezier::getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min, double& max) const
 {
-    if (first == nullptr || second == nullptr) {
-        return;
-    }
-    double const ya = first->value();
-    double const yb = second->value();
-    float tx = 0.0f;
-    float ty = 0.0f;
-    first->getTanOut(tx, ty);
-    double const q1 = ya + double(ty) * kOneThird;
-    second->getTanIn(tx, ty);
-    double const q2 = yb - double(ty) * kOneThird;
-    max = std::max({max, ya, yb, q1, q2});
-    min = std::min({min, ya, yb, q1, q2});
-}
-
-void T2dBezier::validateTangent(float& x, float&)
-{
-    if (x < 0.0f) {
-        x = 0.0f;
-    }
+    widenByHandleValues(first, second, min, max);
 }
 
 bool T2dBezier::setTanIn(Tkeyframe* key, float x, float y)

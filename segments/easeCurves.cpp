@@ -32,14 +32,7 @@ double afterCosineEase(double x, double easeEnd, double ease, double k)
 void T2dEaseCurve::create(TparamCurve*, unsigned, double x0, double y0, double& x1, double& y1, double& x2, double& y2,
                           double x3, double y3, bool)
 {
-    fX0 = x0;
-    fY0 = y0;
-    fX1 = x1;
-    fY1 = y1;
-    fX2 = x2;
-    fY2 = y2;
-    fX3 = x3;
-    fY3 = y3;
+    storeControls(x0, y0, x1, y1, x2, y2, x3, y3);
 }
 
 double T2dEaseCurve::easeIn() const
@@ -68,13 +61,6 @@ bool T2dEaseCurve::atKey(double x, double& value) const
     return false;
 }
 
-void T2dEaseCurve::validateTangent(float& x, float&)
-{
-    if (x < 0.0f) {
-        x = 0.0f;
-    }
-}
-
 bool T2dEaseCurve::setTanIn(Tkeyframe* key, float x, float y)
 {
     return setValidated(key, x, y, true, validateTangent);
@@ -93,20 +79,7 @@ void T2dEaseCurve::getMinMaxTimeAndValue(float& minTime, double& minValue, float
 
 void T2dEaseCurve::getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min, double& max) const
 {
-    if (first == nullptr || second == nullptr) {
-        return;
-    }
-    double const ya = first->value();
-    double const yb = second->value();
-    float x = 0.0f;
-    float outY = 0.0f;
-    float inY = 0.0f;
-    first->getTanOut(x, outY);
-    second->getTanIn(x, inY);
-    double const q1 = ya + double(outY) * kOneThird;
-    double const q2 = yb - double(inY) * kOneThird;
-    max = std::max({max, ya, yb, q1, q2});
-    min = std::min({min, ya, yb, q1, q2});
+    widenByHandleValues(first, second, min, max);
 }
 
 double T2dEaseCurve::newMatchingKey(double, float&, float&, float&, float&, float&, float&, float&, float&) const

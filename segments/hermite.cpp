@@ -22,14 +22,7 @@ double offsetOver(float tx, float ty, double h)
 void T2dHermite::create(TparamCurve*, unsigned, double x0, double y0, double& x1, double& y1, double& x2, double& y2,
                         double x3, double y3, bool)
 {
-    fX0 = x0;
-    fY0 = y0;
-    fX1 = x1;
-    fY1 = y1;
-    fX2 = x2;
-    fY2 = y2;
-    fX3 = x3;
-    fY3 = y3;
+    storeControls(x0, y0, x1, y1, x2, y2, x3, y3);
     fCubic = ThermiteCubic::fromControls(x0, y0, x1, y1, x2, y2, x3, y3);
 }
 

@@ -150,31 +150,27 @@ bool TPCDaddRemoveKey::swapWithCurve()
 
 bool TPCDaddRemoveKey::undo()
 {
-    if (fParamCurve == nullptr || fOwnsCopy) {
-        return false;
-    }
-    bool done = false;
-    switch (fDeltaType) {
-    case kAdded: done = takeFromCurve(); break;
-    case kRemoved: done = giveToCurve(); break;
-    case kReplaced: done = swapWithCurve(); break;
-    }
-    fReversed = 1;
-    return done;
+    return replay(true);
 }
 
 bool TPCDaddRemoveKey::redo()
+{
+    return replay(false);
+}
+
+// Undoing an addition and redoing a removal both take the key back out.
+bool TPCDaddRemoveKey::replay(bool undoing)
 {
     if (fParamCurve == nullptr || fOwnsCopy) {
         return false;
     }
     bool done = false;
-    switch (fDeltaType) {
-    case kAdded: done = giveToCurve(); break;
-    case kRemoved: done = takeFromCurve(); break;
-    case kReplaced: done = swapWithCurve(); break;
+    if (fDeltaType == kReplaced) {
+        done = swapWithCurve();
+    } else {
+        done = (fDeltaType == kAdded) == undoing ? takeFromCurve() : giveToCurve();
     }
-    fReversed = 0;
+    fReversed = undoing ? 1 : 0;
     return done;
 }
 

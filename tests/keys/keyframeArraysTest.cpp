@@ -1,3 +1,5 @@
+#include "support/curveBuilders.h"
+
 #include <keelanim/keelanim.h>
 
 #include <gtest/gtest.h>
@@ -8,23 +10,7 @@
 
 namespace {
 
-// Owns the keys that the arrays under test point to.
-class TkeyPool {
-public:
-    Tkeyframe* seconds(float t)
-    {
-        fKeys.push_back(std::make_unique<Tkeyframe>(t, 0.0, kTangentFixed, kTangentFixed));
-        return fKeys.back().get();
-    }
-    Tkeyframe* ticks(int t)
-    {
-        fKeys.push_back(std::make_unique<Tkeyframe>(TanimTime::fromTicks(t), 0.0, kTangentFixed, kTangentFixed));
-        return fKeys.back().get();
-    }
-
-private:
-    std::vector<std::unique_ptr<Tkeyframe>> fKeys;
-};
+using keeltest::TkeyPool;
 
 template <class Array> std::vector<double> timesOf(Array const& array)
 {

@@ -5,9 +5,28 @@
 #include <initializer_list>
 #include <memory>
 #include <utility>
+#include <vector>
 
 // Small builders for tests: curves from (time, value) pairs.
 namespace keeltest {
+
+// Owns loose keys, for tests of the key containers (which never own theirs).
+class TkeyPool {
+public:
+    Tkeyframe* seconds(float t)
+    {
+        fKeys.push_back(std::make_unique<Tkeyframe>(t, 0.0, kTangentFixed, kTangentFixed));
+        return fKeys.back().get();
+    }
+    Tkeyframe* ticks(int t)
+    {
+        fKeys.push_back(std::make_unique<Tkeyframe>(TanimTime::fromTicks(t), 0.0, kTangentFixed, kTangentFixed));
+        return fKeys.back().get();
+    }
+
+private:
+    std::vector<std::unique_ptr<Tkeyframe>> fKeys;
+};
 
 // A float curve with keys at (seconds, value), fixed tangents.
 inline std::unique_ptr<TparamCurve> floatCurve(std::initializer_list<std::pair<float, double>> keys)

@@ -395,11 +395,6 @@ private:
     unsigned insertPointer(Tkeyframe* key);
     bool insertPointerAt(Tkeyframe* key, unsigned index);
     template <class Array> static bool findIn(Array const& keys, typename Array::Key probe, unsigned& index);
-    // find() for evaluation: through the contiguous copy of the key times,
-    // its answer checked against the keys around it.
-    bool findToEvaluate(TtimeValue const& time, unsigned& index);
-    template <class Array, class Mirror>
-    static bool findThroughCopy(Array const& keys, Mirror& copy, typename Array::Key probe, unsigned& index);
     bool removePointerAt(unsigned index);
     void replaceKeyArray();
     void copySettingsFrom(TparamCurve const& other);
@@ -447,10 +442,9 @@ private:
     double evaluateInfinitiesAt(double seconds, bool pre);
     [[gnu::noinline]] double linearInfinityValue(double seconds, bool pre, double first, double end) const;
     double valueInRange(double seconds);
-    bool valueInSearchedSpan(TevalTime const& time, unsigned count, double& value);
+    bool valueInSearchedSpan(TevalTime const& time, double& value);
     bool locateCached(TevalTime const& time, unsigned count, unsigned& index, bool& atKey);
     void locateBySearch(TevalTime const& time, unsigned count, unsigned& index, bool& atKey);
-    unsigned firstKeyNotBefore(double seconds, unsigned count);
     double valueAtKey(unsigned index);
     // The two keys of span `fIndex` and their host times, read once per
     // span change. The span's second key must exist.

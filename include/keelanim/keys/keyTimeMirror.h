@@ -4,7 +4,6 @@
 #include "keelanim/keys/keyframeArrays.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <vector>
 
 // TkeyTimeMirror: a contiguous copy of the key times of one sorted key array,
@@ -15,7 +14,7 @@
 // the keys changed (time, order or count) and refreshes the copy before it
 // searches; only that tail is copied again, so appending keys costs a copy
 // of the new ones. The copy answers only while it covers every slot of the
-// array: otherwise `find` is not to be called and the array is searched.
+// array and the keys are in order.
 template <class Order> class KEEL_API TkeyTimeMirror {
 public:
     using Key = typename Order::Key;
@@ -31,13 +30,10 @@ public:
     }
     void invalidate() { invalidateFrom(0); }
     // Copies the times of the stale slots (and drops the slots past the
-    // array's end); the copy then covers `keys`.
-    void refresh(TkeyframeSortedArray<Order> const& keys);
+    // array's end). True when the copy then covers `keys`: an empty slot
+    // stops the copy short of it.
+    bool refresh(TkeyframeSortedArray<Order> const& keys) { return covers(keys.count()) || refreshTail(keys); }
     bool covers(unsigned count) const { return fFresh == count && fTimes.size() == count; }
-
-    // TparamCurve's search of the array, over the copy: the same answer and
-    // index as the array gives when the copy covers it.
-    bool find(Key probe, unsigned& index) const;
     // The time of slot `index` as the array orders it; the slot must exist.
     Key keyAt(unsigned index) const { return Key(fTimes[index]); }
 
@@ -50,10 +46,8 @@ public:
     // Span `hint` and its neighbours are tried before searching.
     bool spanHolding(Key probe, unsigned hint, unsigned& span) const;
 
-    // Heap bytes held by the copy.
-    std::size_t heapBytes() const { return fTimes.capacity() * sizeof(Stored); }
-
 private:
+    bool refreshTail(TkeyframeSortedArray<Order> const& keys);
     unsigned firstNotBefore(Key probe) const;
     void noteOrderFrom(unsigned from);
 

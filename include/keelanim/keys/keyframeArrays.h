@@ -46,58 +46,6 @@ struct KEEL_API TanimTimeKeyframePtrSObj {
     static bool greaterOrEqual(Key a, Key b) { return a >= b; }
 };
 
-// The binary search of the sorted key arrays, over any source of key times:
-// `keyAt(i, key)` reads the time of slot i and answers false for an empty
-// slot, which stops the search as found. Found: 0 and the slot met; not
-// found: kArrayFailure and the index at which the time would be inserted.
-template <class Order, class KeyAt>
-unsigned searchSortedKeys(unsigned count, typename Order::Key probe, KeyAt const& keyAt, unsigned& index)
-{
-    if (count < 1) {
-        index = 0;
-        return kArrayFailure;
-    }
-    long long lo = 0;
-    long long hi = static_cast<long long>(count) - 1;
-    for (;;) {
-        long long const mid = (lo + hi) / 2;
-        typename Order::Key midKey{};
-        if (!keyAt(static_cast<unsigned>(mid), midKey)) {
-            index = static_cast<unsigned>(mid);
-            return 0;
-        }
-        if (Order::less(probe, midKey)) {
-            hi = mid - 1;
-            if (lo > hi) {
-                index = static_cast<unsigned>(lo);
-                return kArrayFailure;
-            }
-        } else if (Order::greater(probe, midKey)) {
-            lo = mid + 1;
-            if (lo > hi) {
-                index = static_cast<unsigned>(mid + 1);
-                return kArrayFailure;
-            }
-        } else {
-            index = static_cast<unsigned>(mid);
-            return 0;
-        }
-    }
-}
-
-// The search a curve makes for a time: keys are most often added after the
-// last one, so a time past it answers at once (not found, index = count).
-template <class Order, class KeyAt>
-bool findAfterLastOrSearch(unsigned count, typename Order::Key probe, KeyAt const& keyAt, unsigned& index)
-{
-    typename Order::Key last{};
-    if (count > 0 && keyAt(count - 1, last) && Order::greater(probe, last)) {
-        index = count;
-        return false;
-    }
-    return searchSortedKeys<Order>(count, probe, keyAt, index) == 0;
-}
-
 template <class Order> class KEEL_API TkeyframeSortedArray : public TsortedArray {
 public:
     using Key = typename Order::Key;

@@ -105,6 +105,16 @@ public:
     bool floatInput() const { return fFloatInput; }
 
 protected:
+    // Keeps the span's control points as create() settles them.
+    void storeControls(double x0, double y0, double x1, double y1, double x2, double y2, double x3, double y3);
+    // The current span's control points (see the class comment).
+    double fX0 = 0, fY0 = 0, fX1 = 0, fY1 = 0, fX2 = 0, fY2 = 0, fX3 = 0, fY3 = 0;
+    // The tangent check of kinds whose tangent lengths are weights: only an
+    // input component below 0 is corrected, to 0.
+    static void keepInputForward(float& x, float& y);
+    // Widens [min, max] by both keys' values and the ends of their facing
+    // handles at a third of each tangent's value component.
+    static void widenByHandleValues(Tkeyframe const* first, Tkeyframe const* second, double& min, double& max);
     // A key's input in seconds as segments read it themselves.
     double keySeconds(Tkeyframe const& key) const;
     // Stores an already validated tangent when it differs from the key's;

@@ -51,7 +51,7 @@ public:
     static void constrainInsideBounds(double& p, double& q);
     static void checkMonotonic(double& a, double& b, bool adjust);
     // Only x < 0 is corrected, to 0: lengths are the weights.
-    static void validateTangent(float& x, float& y);
+    static void validateTangent(float& x, float& y) { keepInputForward(x, y); }
 
     bool linearInput() const { return fLinearInput; }
     double x1() const { return fX1; }
@@ -69,7 +69,6 @@ private:
     };
     Tsplit split(double x) const;
 
-    double fX0 = 0, fY0 = 0, fX1 = 0, fY1 = 0, fX2 = 0, fY2 = 0, fX3 = 0, fY3 = 0;
     double fInput[4] = {0, 1, 0, 0};  // X(u), constant term first
     double fValue[4] = {0, 0, 0, 0};  // Y(u), constant term first
     bool fLinearInput = false;

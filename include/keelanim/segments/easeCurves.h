@@ -29,15 +29,13 @@ public:
     void calculateSmoothTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next) override;
 
     // Only an input component below 0 is corrected: lengths are kept.
-    static void validateTangent(float& x, float& y);
+    static void validateTangent(float& x, float& y) { keepInputForward(x, y); }
 
 protected:
     double easeIn() const;
     double easeOut() const;
     // y0 or y3 when x is exactly at a key; false otherwise.
     bool atKey(double x, double& value) const;
-
-    double fX0 = 0, fY0 = 0, fX1 = 0, fY1 = 0, fX2 = 0, fY2 = 0, fX3 = 0, fY3 = 0;
 };
 
 class KEEL_API T2dSine : public T2dEaseCurve {

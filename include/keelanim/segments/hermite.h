@@ -81,6 +81,5 @@ private:
     // Makes `bezier` the span's equivalent; false for a zero-length span.
     bool asBezier(T2dBezier& bezier, bool guarded) const;
 
-    double fX0 = 0, fY0 = 0, fX1 = 0, fY1 = 0, fX2 = 0, fY2 = 0, fX3 = 0, fY3 = 0;
     ThermiteCubic fCubic;
 };

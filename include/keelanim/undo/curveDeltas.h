@@ -104,6 +104,7 @@ public:
 
 protected:
     // Takes key `index` off the curve into the record / gives it back.
+    bool replay(bool undoing);
     bool takeFromCurve();
     bool giveToCurve();
     bool swapWithCurve();
