@@ -3,13 +3,30 @@
 #include "keelanim/segments/bezier.h"
 
 #include <cmath>
-#include <utility>
 
 namespace keel_segments {
 
 namespace {
 
 constexpr int kMaxBrentIterations = 200;
+
+// Horner evaluation, highest coefficient first. The degree is a template
+// argument so that the loop unrolls: the operations and their order are
+// those of the plain loop.
+template <int Degree> [[gnu::always_inline]] inline double polynomialAt(double const* coefficients, double u)
+{
+    double value = coefficients[Degree];
+    for (int i = Degree - 1; i >= 0; --i) {
+        value = value * u + coefficients[i];
+    }
+    return value;
+}
+
+// std::fmin without the library call: a NaN operand yields the other one.
+[[gnu::always_inline]] inline double smallerOf(double x, double y)
+{
+    return (y < x || std::isnan(x)) ? y : x;
+}
 
 // Appends a root, or merges it with the previous one when they are closer
 // than four machine epsilons.
@@ -24,20 +41,13 @@ void addRoot(double root, double* roots, int& count, double epsilon4)
     }
 }
 
-}  // namespace
-
-double polynomialAt(double const* coefficients, int degree, double u)
+// A root of the polynomial in [lo, hi], where its signs differ at the ends:
+// inverse quadratic interpolation with a bisection fallback, converged when
+// half the bracket is within two machine epsilons of the estimate (relative)
+// or the polynomial vanishes there.
+template <int Degree>
+double brentRoot(double const* coefficients, double lo, double hi, double flo, double fhi, double epsilon)
 {
-    double value = coefficients[degree];
-    for (int i = degree - 1; i >= 0; --i) {
-        value = value * u + coefficients[i];
-    }
-    return value;
-}
-
-double brentRoot(double const* coefficients, int degree, double lo, double hi, double flo, double fhi)
-{
-    double const epsilon = T2dBezier::machineEpsilon();
     double a = lo;
     double b = hi;
     double c = hi;
@@ -85,7 +95,7 @@ double brentRoot(double const* coefficients, int degree, double lo, double hi, d
             } else {
                 p = -p;
             }
-            if (2.0 * p < std::fmin(3.0 * half * q - std::fabs(tolerance * q), std::fabs(e * q))) {
+            if (2.0 * p < smallerOf(3.0 * half * q - std::fabs(tolerance * q), std::fabs(e * q))) {
                 e = d;
                 d = p / q;
             } else {
@@ -99,41 +109,39 @@ double brentRoot(double const* coefficients, int degree, double lo, double hi, d
         a = b;
         fa = fb;
         b += std::fabs(d) > tolerance ? d : (half > 0.0 ? tolerance : -tolerance);
-        fb = polynomialAt(coefficients, degree, b);
+        fb = polynomialAt<Degree>(coefficients, b);
     }
     return b;
 }
 
-int rootsInUnitInterval(double const* coefficients, int degree, double* roots)
+template <int Degree> int rootsOfDegree(double const* coefficients, double* roots, double epsilon);
+
+template <> int rootsOfDegree<1>(double const* coefficients, double* roots, double /*epsilon*/)
 {
-    if (degree < 0 || degree > kMaxDegree) {
-        return -1;
-    }
-    double const epsilon4 = 4.0 * T2dBezier::machineEpsilon();
-    int count = 0;
-    if (degree == 0) {
+    if (coefficients[1] == 0.0) {
         return 0;
     }
-    if (degree == 1) {
-        if (coefficients[1] == 0.0) {
-            return 0;
-        }
-        double const root = -coefficients[0] / coefficients[1];
-        if (root >= 0.0 && root <= 1.0) {
-            roots[count++] = root;
-        }
-        return count;
+    double const root = -coefficients[0] / coefficients[1];
+    if (root >= 0.0 && root <= 1.0) {
+        roots[0] = root;
+        return 1;
     }
-    // The derivative's roots bound the monotonic pieces.
-    double derivative[kMaxDegree];
-    for (int i = 1; i <= degree; ++i) {
+    return 0;
+}
+
+// The derivative's roots bound the monotonic pieces; each piece holds a
+// root at an end where the polynomial is within four epsilons of zero, or
+// one refined by Brent's method where the signs at its ends differ.
+template <int Degree> int rootsOfDegree(double const* coefficients, double* roots, double epsilon)
+{
+    double const epsilon4 = 4.0 * epsilon;
+    double derivative[Degree];
+    for (int i = 1; i <= Degree; ++i) {
         derivative[i - 1] = coefficients[i] * i;
     }
-    double ends[kMaxDegree + 1];
-    int const turns = rootsInUnitInterval(derivative, degree - 1, ends);
-    if (turns < 0) {
-        return -1;
-    }
+    // Sized for the most roots addRoot keeps, whatever the degree.
+    double ends[kMaxDegree + 1] = {};
+    int const turns = rootsOfDegree<Degree - 1>(derivative, ends, epsilon);
     double pieces[kMaxDegree + 2];
     int pieceCount = 0;
     pieces[pieceCount++] = 0.0;
@@ -144,15 +152,16 @@ int rootsInUnitInterval(double const* coefficients, int degree, double* roots)
     }
     pieces[pieceCount++] = 1.0;
 
-    double fLo = polynomialAt(coefficients, degree, pieces[0]);
+    int count = 0;
+    double fLo = polynomialAt<Degree>(coefficients, pieces[0]);
     for (int i = 0; i + 1 < pieceCount; ++i) {
         double const lo = pieces[i];
         double const hi = pieces[i + 1];
-        double const fHi = polynomialAt(coefficients, degree, hi);
+        double const fHi = polynomialAt<Degree>(coefficients, hi);
         if (std::fabs(fLo) <= epsilon4) {
             addRoot(lo, roots, count, epsilon4);
         } else if (std::fabs(fHi) > epsilon4 && ((fLo < 0.0) != (fHi < 0.0))) {
-            addRoot(brentRoot(coefficients, degree, lo, hi, fLo, fHi), roots, count, epsilon4);
+            addRoot(brentRoot<Degree>(coefficients, lo, hi, fLo, fHi, epsilon), roots, count, epsilon4);
         }
         if (i + 2 == pieceCount && std::fabs(fHi) <= epsilon4) {
             addRoot(hi, roots, count, epsilon4);
@@ -160,6 +169,20 @@ int rootsInUnitInterval(double const* coefficients, int degree, double* roots)
         fLo = fHi;
     }
     return count;
+}
+
+}  // namespace
+
+int rootsInUnitInterval(double const* coefficients, int degree, double* roots)
+{
+    double const epsilon = T2dBezier::machineEpsilon();
+    switch (degree) {
+    case 0: return 0;
+    case 1: return rootsOfDegree<1>(coefficients, roots, epsilon);
+    case 2: return rootsOfDegree<2>(coefficients, roots, epsilon);
+    case 3: return rootsOfDegree<3>(coefficients, roots, epsilon);
+    default: return -1;
+    }
 }
 
 }  // namespace keel_segments

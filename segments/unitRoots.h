@@ -13,10 +13,4 @@ inline constexpr int kMaxDegree = 3;
 // answers their number, or -1 for a degree outside 0..3.
 int rootsInUnitInterval(double const* coefficients, int degree, double* roots);
 
-// Horner evaluation, highest coefficient first.
-double polynomialAt(double const* coefficients, int degree, double u);
-
-// A root of the polynomial in [lo, hi], where its signs differ at the ends.
-double brentRoot(double const* coefficients, int degree, double lo, double hi, double flo, double fhi);
-
 }  // namespace keel_segments
