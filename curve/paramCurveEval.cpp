@@ -174,21 +174,25 @@ double TparamCurve::evaluateBetweenKeys(TevalTime const& time, unsigned count)
     return value;
 }
 
-// Random access: one search of the copy of the key times answers a time
-// strictly inside a span and clear of both its keys (beyond the key
-// tolerance of a float curve). Those are exactly the times on which the
-// cached-key test and the key search agree (same span, same cached key).
-// Every other time, and seconds on a tick curve or times mapped through a
-// clip, take the full rules.
+// The span whose keys the copy of the key times puts strictly around the
+// time, clear of both (beyond the key tolerance of a float curve). Those are
+// exactly the times on which the cached-key test and the key search agree
+// (same span, same cached key). Seconds on a tick curve, and ticks mapped
+// through a clip, are left to the full rules.
+bool TparamCurve::searchedSpan(TevalTime const& time, unsigned& span)
+{
+    if (fFloatKeys != nullptr) {
+        return fFloatTimes.refresh(*fFloatKeys) &&
+               fFloatTimes.spanHolding(narrowToFloat(time.fSeconds), fCachedKeyIndex, span);
+    }
+    return time.fExactTicks && fNleData == nullptr && fTickTimes.refresh(*fTickKeys) &&
+           fTickTimes.spanHolding(time.fTicks, fCachedKeyIndex, span);
+}
+
 bool TparamCurve::valueInSearchedSpan(TevalTime const& time, double& value)
 {
     unsigned lo = 0;
-    bool const held = fFloatKeys != nullptr
-                          ? fFloatTimes.refresh(*fFloatKeys) &&
-                                fFloatTimes.spanHolding(narrowToFloat(time.fSeconds), fCachedKeyIndex, lo)
-                          : time.fExactTicks && fNleData == nullptr && fTickTimes.refresh(*fTickKeys) &&
-                                fTickTimes.spanHolding(time.fTicks, fCachedKeyIndex, lo);
-    if (!held) {
+    if (!searchedSpan(time, lo)) {
         return false;
     }
     // The keys themselves must hold the time: a copy made stale behind the

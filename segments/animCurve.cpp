@@ -14,11 +14,6 @@ namespace {
 // variable; it is read each time a flat span is selected, and only then.
 char const* const kInterpolatorVariable = "ZEVA_ANIMATION_INTERPOLATOR";
 
-TinterpolatorType byWeighting(bool weighted)
-{
-    return weighted ? kInterpolatorBezier : kInterpolatorHermite;
-}
-
 }  // namespace
 
 T2dAnimCurve::~T2dAnimCurve() = default;
@@ -96,7 +91,7 @@ T2dAnimCurve* T2dAnimCurve::new2dAnimCurve(bool floatInput, TinterpolatorType ty
     return plugin != nullptr ? plugin : new T2dHermite(floatInput);
 }
 
-TinterpolatorType T2dAnimCurve::desiredInterpolatorType(bool weighted, Tkeyframe const* key)
+TinterpolatorType T2dAnimCurve::chosenInterpolatorType(bool weighted, Tkeyframe const* key)
 {
     if (key == nullptr) {
         return byWeighting(weighted);

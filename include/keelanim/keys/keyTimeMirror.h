@@ -4,6 +4,7 @@
 #include "keelanim/keys/keyframeArrays.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <vector>
 
 // TkeyTimeMirror: a contiguous copy of the key times of one sorted key array,
@@ -44,11 +45,61 @@ public:
     // the probe lies inside a span and farther than the tolerance from both
     // of its keys. False outside the keys, near a key, or when not ordered.
     // Span `hint` and its neighbours are tried before searching.
-    bool spanHolding(Key probe, unsigned hint, unsigned& span) const;
+    bool spanHolding(Key probe, unsigned hint, unsigned& span) const
+    {
+        auto const count = static_cast<unsigned>(fTimes.size());
+        if (!isOrdered() || count < 2 || !Order::greater(probe, keyAt(0)) || !Order::less(probe, keyAt(count - 1))) {
+            return false;  // outside the keys, or within the tolerance of an end key
+        }
+        // Ordered keys: at most one span holds the probe clear of both its
+        // keys. Sweeps land in the hinted span or next to it: no search. A
+        // probe between the first and last of those keys that none of their
+        // spans holds is near one of them.
+        unsigned const first = std::min(hint, count - 2) > 0 ? std::min(hint, count - 2) - 1 : 0;
+        unsigned const last = std::min(first + 3, count - 1);
+        if (!(probe < keyAt(first)) && !(probe > keyAt(last))) {
+            for (unsigned s = first; s < last; ++s) {
+                if (holds(probe, s)) {
+                    span = s;
+                    return true;
+                }
+            }
+            return false;
+        }
+        unsigned const after = firstNotBefore(probe);
+        if (after == 0 || after >= count || !holds(probe, after - 1)) {
+            return false;  // within the tolerance of key `after`
+        }
+        span = after - 1;
+        return true;
+    }
 
 private:
     bool refreshTail(TkeyframeSortedArray<Order> const& keys);
-    unsigned firstNotBefore(Key probe) const;
+    // True when span `s` holds the probe clear of both its keys.
+    bool holds(Key probe, unsigned s) const
+    {
+        return Order::greater(probe, keyAt(s)) && Order::less(probe, keyAt(s + 1));
+    }
+    // The first slot whose time the probe is not past: the slot a probe
+    // between keys would be inserted at, or the key it lies at. Halving
+    // without a branch on the comparisons, which random times would
+    // mispredict half the time.
+    unsigned firstNotBefore(Key probe) const
+    {
+        Stored const* times = fTimes.data();
+        std::size_t n = fTimes.size();
+        if (n == 0) {
+            return 0;
+        }
+        std::size_t base = 0;
+        while (n > 1) {
+            std::size_t const half = n / 2;
+            base = Order::greater(probe, Key(times[base + half])) ? base + half : base;
+            n -= half;
+        }
+        return static_cast<unsigned>(base + (Order::greater(probe, Key(times[base])) ? 1 : 0));
+    }
     void noteOrderFrom(unsigned from);
 
     std::vector<Stored> fTimes;

@@ -96,13 +96,35 @@ public:
     static T2dAnimCurve* new2dAnimCurve(bool floatInput, TinterpolatorType type);
     // The kind the span that starts at `key` wants (see the source for the
     // rules, including the "ZEVA_ANIMATION_INTERPOLATOR" hook for flat spans).
-    static TinterpolatorType desiredInterpolatorType(bool weighted, Tkeyframe const* key);
+    static TinterpolatorType desiredInterpolatorType(bool weighted, Tkeyframe const* key)
+    {
+        // Evaluation asks at every span change: the common kinds answer here.
+        if (key != nullptr && followsWeighting(effectiveTanOutType(*key))) {
+            return byWeighting(weighted);
+        }
+        return chosenInterpolatorType(weighted, key);
+    }
+    // The kind of a span whose tangent type does not choose one.
+    static TinterpolatorType byWeighting(bool weighted)
+    {
+        return weighted ? kInterpolatorBezier : kInterpolatorHermite;
+    }
     // A key's tangent type on one side as every segment rule reads it:
     // step for blocking-mode tick keys while no file is written.
     static TtangentType effectiveTanInType(Tkeyframe const& key) { return key.tanInType(); }
     static TtangentType effectiveTanOutType(Tkeyframe const& key) { return key.tanOutType(); }
 
     bool floatInput() const { return fFloatInput; }
+
+private:
+    // True for the tangent types whose span kind is the curve's weighting:
+    // not flat (which a host may redirect), not a segment-kind type, not a
+    // plug-in's.
+    static bool followsWeighting(TtangentType out)
+    {
+        return out < kTangentPluginFirst && out != kTangentFlat && (out < kTangentHermite || out > kTangentLog);
+    }
+    static TinterpolatorType chosenInterpolatorType(bool weighted, Tkeyframe const* key);
 
 protected:
     // Keeps the span's control points as create() settles them.
