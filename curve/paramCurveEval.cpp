@@ -197,16 +197,28 @@ bool TparamCurve::valueInSearchedSpan(TevalTime const& time, double& value)
     }
     // The keys themselves must hold the time: a copy made stale behind the
     // curve's back is dropped rather than trusted.
-    if (!(compareWithKey(time, lo) > 0 && compareWithKey(time, lo + 1) < 0)) {
+    TspanKeys const span = spanKeys(lo);
+    if (!spanHoldsTime(span, time)) {
         fFloatTimes.invalidate();
         fTickTimes.invalidate();
         return false;
     }
-    TspanKeys const span = spanKeys(lo);
-    cacheKey(lo);
+    fCachedKey = span.fFirst;
+    fCachedKeyIndex = lo;
     value = valueInSpan(span, time.fSeconds);
     rememberFastSpan(span);
     return true;
+}
+
+// True when the time lies strictly between the span's keys, compared as
+// compareWithKey compares (ticks when exact, host seconds otherwise); the
+// searched spans never come from a clip.
+bool TparamCurve::spanHoldsTime(TspanKeys const& span, TevalTime const& time)
+{
+    if (time.fExactTicks) {
+        return time.fTicks > span.fFirst->animTime().ticks() && time.fTicks < span.fSecond->animTime().ticks();
+    }
+    return time.fSeconds > span.fStart && time.fSeconds < span.fEnd;
 }
 
 void TparamCurve::cacheKey(unsigned index)

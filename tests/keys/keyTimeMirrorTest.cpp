@@ -92,6 +92,28 @@ TEST_F(KeyTimeMirror, RandomArraysOfBothTimeForms)
     }
 }
 
+// The search halves in powers of two after a first step that aligns odd
+// lengths: every length must find every span, the first and last included.
+TEST_F(KeyTimeMirror, EveryLengthFindsEverySpan)
+{
+    for (int length = 2; length <= 70; ++length) {
+        TanimTimeKeyframePtrArray array(false, 8);
+        for (int i = 0; i < length; ++i) {
+            array.insert(key(i * 100));
+        }
+        TkeyTimeMirror<TanimTimeKeyframePtrSObj> mirror;
+        ASSERT_TRUE(mirror.refresh(array));
+        for (int s = 0; s + 1 < length; ++s) {
+            for (unsigned hint : {0u, unsigned(length)}) {
+                unsigned span = 999;
+                EXPECT_TRUE(mirror.spanHolding(s * 100 + 50, hint, span)) << length << " keys, span " << s;
+                EXPECT_EQ(span, unsigned(s)) << length << " keys, hint " << hint;
+                EXPECT_FALSE(mirror.spanHolding(s * 100, hint, span)) << "at key " << s << " of " << length;
+            }
+        }
+    }
+}
+
 TEST_F(KeyTimeMirror, RefreshCopiesOnlyTheStaleTail)
 {
     TanimTimeKeyframePtrArray array(false, 8);

@@ -463,6 +463,7 @@ private:
         return TspanKeys{lo, first, second, hostSeconds(first), hostSeconds(second)};
     }
     double valueInSpan(TspanKeys const& span, double seconds);
+    static bool spanHoldsTime(TspanKeys const& span, TevalTime const& time);
     // The value at a time strictly inside the span of the last evaluation,
     // computed as valueInSpan would; false when that shortcut does not hold.
     bool valueInFastSpan(double seconds, double& value) const;
@@ -488,7 +489,7 @@ private:
     TkeyTimeMirror<TfloatKeyframePtrSObj> fFloatTimes;
     TkeyTimeMirror<TanimTimeKeyframePtrSObj> fTickTimes;
     TbitField32 fCurveFlags;
-    Tkeyframe* fCachedKey = nullptr;
+    Tkeyframe const* fCachedKey = nullptr;
     unsigned fCachedKeyIndex = 0;
     std::int32_t fInterpolatorSpan = -1;
     // The span the last evaluation landed in, with its open time interval:

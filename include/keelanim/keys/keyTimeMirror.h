@@ -4,6 +4,7 @@
 #include "keelanim/keys/keyframeArrays.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <vector>
 
@@ -66,9 +67,9 @@ public:
             }
             return false;
         }
-        unsigned const after = firstNotBefore(probe);
+        unsigned const after = firstNotBelow(probe);
         if (after == 0 || after >= count || !holds(probe, after - 1)) {
-            return false;  // within the tolerance of key `after`
+            return false;  // at or within the tolerance of a key
         }
         span = after - 1;
         return true;
@@ -81,25 +82,35 @@ private:
     {
         return Order::greater(probe, keyAt(s)) && Order::less(probe, keyAt(s + 1));
     }
-    // The first slot whose time the probe is not past: the slot a probe
-    // between keys would be inserted at, or the key it lies at. Halving
-    // without a branch on the comparisons, which random times would
-    // mispredict half the time.
-    unsigned firstNotBefore(Key probe) const
+    // The first slot whose time is not below the probe (exactly, without
+    // the tolerance): where a probe that some span holds clear of its keys
+    // would be inserted. Halving without a branch on the comparisons, which
+    // random times would mispredict half the time.
+    unsigned firstNotBelow(Key probe) const
     {
-        Stored const* times = fTimes.data();
-        std::size_t n = fTimes.size();
-        if (n == 0) {
+        Stored const* const times = fTimes.data();
+        std::size_t length = fTimes.size();
+        if (length == 0) {
             return 0;
         }
-        std::size_t base = 0;
-        while (n > 1) {
-            std::size_t const half = n / 2;
-            base = Order::greater(probe, Key(times[base + half])) ? base + half : base;
-            n -= half;
+        // Steps of powers of two: when the length is not one, a first test
+        // moves the window to the end so that the rest is a power of two.
+        Stored const* first = times;
+        std::size_t step = std::bit_floor(length);
+        if (step != length && Key(first[step]) < probe) {
+            length -= step + 1;
+            if (length == 0) {
+                return static_cast<unsigned>(fTimes.size());
+            }
+            step = std::bit_ceil(length);
+            first = times + fTimes.size() - step;
         }
-        return static_cast<unsigned>(base + (Order::greater(probe, Key(times[base])) ? 1 : 0));
+        for (step /= 2; step != 0; step /= 2) {
+            first += Key(first[step]) < probe ? step : 0;
+        }
+        return static_cast<unsigned>(first - times) + (Key(*first) < probe ? 1 : 0);
     }
+
     void noteOrderFrom(unsigned from);
 
     std::vector<Stored> fTimes;
