@@ -431,7 +431,24 @@ double TparamCurve::evaluateInfinities(float seconds, bool pre)
 }
 
 // The value at a time inside the key range, preferring a key's own value.
-double TparamCurve::valueInRange(double secondsTime)
+// Mapped infinity times mostly sweep the span of the previous one: that
+// shortcut is inline, the rest is not.
+[[gnu::always_inline]] inline double TparamCurve::valueInRange(double secondsTime)
+{
+    double fast = 0.0;
+    if (!isAnimTimeCurve()) {
+        // find() looks within the key tolerance of the time narrowed to
+        // single precision: beyond that reach of the span's ends no key can
+        // answer.
+        double const reach = kTimeTolerance + std::fabs(secondsTime) * 0x1p-23;
+        if (secondsTime - reach > fFastStart && secondsTime + reach < fFastEnd && valueInFastSpan(secondsTime, fast)) {
+            return fast;
+        }
+    }
+    return valueInRangeSearched(secondsTime);
+}
+
+double TparamCurve::valueInRangeSearched(double secondsTime)
 {
     unsigned index = 0;
     double fast = 0.0;
@@ -441,12 +458,6 @@ double TparamCurve::valueInRange(double secondsTime)
             return fast;  // strictly between two keys: no key at this tick
         }
         return find(ticks, index) ? value(index) : evaluateRules(evalTime(ticks));
-    }
-    // find() looks within the key tolerance of the time narrowed to single
-    // precision: beyond that reach of the span's ends no key can answer.
-    double const reach = kTimeTolerance + std::fabs(secondsTime) * 0x1p-23;
-    if (secondsTime - reach > fFastStart && secondsTime + reach < fFastEnd && valueInFastSpan(secondsTime, fast)) {
-        return fast;
     }
     // A time clear of every key inside a span: find() would find no key and
     // evaluation would answer it just so.

@@ -442,6 +442,7 @@ private:
     double evaluateInfinitiesAt(double seconds, bool pre);
     [[gnu::noinline]] double linearInfinityValue(double seconds, bool pre, double first, double end) const;
     double valueInRange(double seconds);
+    [[gnu::noinline]] double valueInRangeSearched(double seconds);
     bool searchedSpan(TevalTime const& time, unsigned& span);
     bool valueInSearchedSpan(TevalTime const& time, double& value);
     bool locateCached(TevalTime const& time, unsigned count, unsigned& index, bool& atKey);
