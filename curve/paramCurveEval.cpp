@@ -360,7 +360,8 @@ double TparamCurve::valueInSpan(TspanKeys const& span, double secondsTime)
 
 // Most spans are Hermite cubics: their coefficients are computed here, as
 // T2dHermite computes them, without building the span's segment.
-bool TparamCurve::valueInHermiteSpan(TspanKeys const& span, double secondsTime, double& value)
+[[gnu::always_inline]] inline bool TparamCurve::valueInHermiteSpan(TspanKeys const& span, double secondsTime,
+                                                                   double& value)
 {
     auto const index = static_cast<std::int32_t>(span.fIndex);
     if (fCubicSpan != index) {
