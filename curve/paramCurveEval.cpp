@@ -350,7 +350,7 @@ double TparamCurve::valueInSpan(TspanKeys const& span, double secondsTime)
             return value;
         }
         if (fInterpolatorSpan != static_cast<std::int32_t>(span.fIndex)) {
-            setInterpolationInterval(span.fIndex);
+            buildSpanSegment(span);
         }
         return fInterpolator != nullptr ? fInterpolator->evaluate(secondsTime) : 0.0;
     }
@@ -553,12 +553,17 @@ void TparamCurve::setInterpolationInterval(unsigned index)
     if (fInterpolatorSpan == static_cast<std::int32_t>(index)) {
         return;
     }
+    buildSpanSegment(spanKeys(index));
+}
+
+void TparamCurve::buildSpanSegment(TspanKeys const& span)
+{
     double c[8];
-    spanControls(spanKeys(index), c);
-    if (T2dAnimCurve* segment = updateInterpolator(first)) {
-        segment->create(this, index, c[0], c[1], c[2], c[3], c[4], c[5], c[6], c[7], true);
+    spanControls(span, c);
+    if (T2dAnimCurve* segment = updateInterpolator(span.fFirst)) {
+        segment->create(this, span.fIndex, c[0], c[1], c[2], c[3], c[4], c[5], c[6], c[7], true);
     }
-    fInterpolatorSpan = static_cast<std::int32_t>(index);
+    fInterpolatorSpan = static_cast<std::int32_t>(span.fIndex);
 }
 
 // Keys and handle ends: each handle reaches a third of its tangent vector.

@@ -472,6 +472,8 @@ private:
     // The control points of a span as its segment is built from them:
     // x0, y0, x1, y1, x2, y2, x3, y3.
     static void spanControls(TspanKeys const& span, double c[8]);
+    // Builds the segment of the span (its keys both present) for evaluation.
+    void buildSpanSegment(TspanKeys const& span);
     // The value in a Hermite span, through fCubic; false when the span is
     // answered by another kind of segment.
     bool valueInHermiteSpan(TspanKeys const& span, double seconds, double& value);
