@@ -59,13 +59,17 @@ public:
         unsigned const first = std::min(hint, count - 2) > 0 ? std::min(hint, count - 2) - 1 : 0;
         unsigned const last = std::min(first + 3, count - 1);
         if (!(probe < keyAt(first)) && !(probe > keyAt(last))) {
-            for (unsigned s = first; s < last; ++s) {
-                if (holds(probe, s)) {
-                    span = s;
-                    return true;
-                }
+            // The keys below the probe inside the window name the only span
+            // that can hold it; counted without a branch.
+            unsigned s = first;
+            for (unsigned k = first + 1; k < last; ++k) {
+                s += keyAt(k) < probe ? 1 : 0;
             }
-            return false;
+            if (!holds(probe, s)) {
+                return false;
+            }
+            span = s;
+            return true;
         }
         unsigned const after = firstNotBelow(probe);
         if (after == 0 || after >= count || !holds(probe, after - 1)) {
