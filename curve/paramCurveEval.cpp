@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
-#include <ranges>
 
 namespace {
 
@@ -279,10 +278,7 @@ void TparamCurve::locateBySearch(TevalTime const& time, unsigned count, unsigned
     } else {
         // Seconds on a tick curve: the first key the time is not after, by
         // the keys' host seconds.
-        auto const indices = std::views::iota(0u, count);
-        found = static_cast<unsigned>(
-            std::ranges::partition_point(indices, [&](unsigned i) { return compareWithKey(time, i) > 0; }) -
-            indices.begin());
+        found = firstKeyNotBefore(time, count);
         exact = found < count && compareWithKey(time, found) == 0;
     }
     if (exact) {
@@ -302,6 +298,22 @@ void TparamCurve::locateBySearch(TevalTime const& time, unsigned count, unsigned
         cacheKey(index);
         atKey = false;
     }
+}
+
+unsigned TparamCurve::firstKeyNotBefore(TevalTime const& time, unsigned count) const
+{
+    unsigned first = 0;
+    unsigned length = count;
+    while (length > 0) {
+        unsigned const half = length / 2;
+        if (compareWithKey(time, first + half) > 0) {
+            first += half + 1;
+            length -= half + 1;
+        } else {
+            length = half;
+        }
+    }
+    return first;
 }
 
 void TparamCurve::rememberFastSpan(TspanKeys const& span)

@@ -186,8 +186,9 @@ public:
     bool copy(TtypedArray const& other, unsigned first = 0, unsigned n = kAll)
     {
         if (this == &other) {
-            TtypedArray const snapshot(
-                other);  // NOLINT(performance-unnecessary-copy-initialization): other may be this
+            // `other` is this array, which the copy empties first.
+            // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
+            TtypedArray const snapshot(other);
             return copy(snapshot, first, n);
         }
         this->changeLogicalSizeTo(0);

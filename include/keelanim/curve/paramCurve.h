@@ -447,6 +447,8 @@ private:
     bool valueInSearchedSpan(TevalTime const& time, double& value);
     bool locateCached(TevalTime const& time, unsigned count, unsigned& index, bool& atKey);
     void locateBySearch(TevalTime const& time, unsigned count, unsigned& index, bool& atKey);
+    // The first of `count` keys that the time is not after, by compareWithKey.
+    unsigned firstKeyNotBefore(TevalTime const& time, unsigned count) const;
     double valueAtKey(unsigned index);
     // The two keys of span `fIndex` and their host times, read once per
     // span change. The span's second key must exist.
