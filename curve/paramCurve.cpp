@@ -393,6 +393,11 @@ void TparamCurve::invalidateCache(int index)
     unsigned const from = index < 0 ? 0u : static_cast<unsigned>(index);
     fFloatTimes.invalidateFrom(from);
     fTickTimes.invalidateFrom(from);
+    if (fFloatKeys != nullptr) {
+        fFloatTimes.reserve(fFloatKeys->count());
+    } else if (fTickKeys != nullptr) {
+        fTickTimes.reserve(fTickKeys->count());
+    }
     fInterpolatorSpan = -1;
     fCubicSpan = -1;
     fFastSpan = -1;

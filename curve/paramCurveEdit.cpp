@@ -551,12 +551,12 @@ bool TparamCurve::remove(unsigned index, Tkeyframe const* record, bool allChanne
         if (channel == nullptr || index >= channel->keyframeCount()) {
             break;
         }
-        removed = channel->removeOne(index, record, false, nullptr) || removed;
+        removed = channel->removeOne(index, record, nullptr) || removed;
     }
     return removed;
 }
 
-bool TparamCurve::removeOne(unsigned index, Tkeyframe const* recordAs, bool detach, Tkeyframe** detached)
+bool TparamCurve::removeOne(unsigned index, Tkeyframe const* recordAs, Tkeyframe** detached)
 {
     Tkeyframe* key = keyframe(index);
     if (key == nullptr) {
@@ -571,14 +571,13 @@ bool TparamCurve::removeOne(unsigned index, Tkeyframe const* recordAs, bool deta
     }
     notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyRemoved);
     removePointerAt(index);
-    bool const recorded = !detach && isMod() && !fCurveFlags.isSet(kNoRemovalDeltasBit);
-    if (recorded) {
+    if (detached != nullptr) {
+        *detached = key;
+    } else if (isMod() && !fCurveFlags.isSet(kNoRemovalDeltasBit)) {
         if (recordAs != nullptr) {
             *key = *recordAs;
         }
         addDelta(new TPCDaddRemoveKey(this, key, TPCDaddRemoveKey::kRemoved), false);
-    } else if (detach) {
-        *detached = key;
     } else {
         delete key;  // no record takes it
     }
@@ -597,7 +596,7 @@ bool TparamCurve::removeOne(unsigned index, Tkeyframe const* recordAs, bool deta
 Tkeyframe* TparamCurve::detachKey(unsigned index)
 {
     Tkeyframe* key = nullptr;
-    return removeOne(index, nullptr, true, &key) ? key : nullptr;
+    return removeOne(index, nullptr, &key) ? key : nullptr;
 }
 
 bool TparamCurve::swapKeyframes(TkeyframePtrList& keys)

@@ -202,8 +202,7 @@ bool TparamCurve::valueInSearchedSpan(TevalTime const& time, double& value)
         fTickTimes.invalidate();
         return false;
     }
-    fCachedKey = span.fFirst;
-    fCachedKeyIndex = lo;
+    cacheKey(lo);
     value = valueInSpan(span, time.fSeconds);
     rememberFastSpan(span);
     return true;

@@ -193,50 +193,29 @@ bool TparamCurve::setTangentType(unsigned index, TtangentType type, int part)
 
 namespace {
 
-// A tangent's slope; vertical tangents keep their direction.
-bool slopeOf(float x, float y, double& slope)
-{
-    if (x == 0.0f) {
-        return false;
-    }
-    slope = double(y) / double(x);
-    return true;
-}
-
-// The tangent along `slope` whose input reaches a third of the span into
-// the handle: a Bezier span with such handles is the Hermite span exactly.
-void weightedTangent(float x, float y, double length, float& outX, float& outY)
-{
-    double slope = 0.0;
-    if (!slopeOf(x, y, slope) || length <= 0.0) {
-        outX = x;
-        outY = y;
-        return;
-    }
-    outX = static_cast<float>(length);
-    outY = static_cast<float>(slope * length);
-}
-
-// A tangent as the other segment kind reads it: a weighted one along the
-// same slope with its handle at a third of the span, or an unweighted unit
-// vector.
+// A tangent as the other segment kind reads it: a weighted one keeps its
+// slope and reaches a third of `length` into the span (a Bezier span with
+// such handles is the Hermite span exactly; vertical tangents and spans of
+// no length stay as they are), an unweighted one becomes a unit vector.
 void convertTangent(float& x, float& y, bool toWeighted, double length)
 {
-    if (toWeighted) {
-        float const fromX = x;
-        float const fromY = y;
-        weightedTangent(fromX, fromY, length, x, y);
-    } else {
+    if (!toWeighted) {
         T2dHermite::validateTangent(x, y);
+        return;
     }
+    if (x == 0.0f || length <= 0.0) {
+        return;
+    }
+    double const slope = double(y) / double(x);
+    x = static_cast<float>(length);
+    y = static_cast<float>(slope * length);
 }
 
 }  // namespace
 
 void TparamCurve::setWeightedFlag(bool weighted)
 {
-    fCurveFlags.setTo(kWeightedBit, weighted);
-    invalidateCache();
+    setCurveFlag(kWeightedBit, weighted);
 }
 
 bool TparamCurve::setIsWeighted(bool weighted)

@@ -61,6 +61,30 @@ TEST(EvaluationAllocations, SweepsAllocateNothing)
     }
 }
 
+// Keys added after evaluation grow the curve's copy of the key times during
+// the edit: the next random and swept evaluations still allocate nothing.
+TEST(EvaluationAllocations, EditsLeaveEvaluationAllocationFree)
+{
+    for (bool floatTime : {true, false}) {
+        TparamCurve curve(floatTime);
+        for (int i = 0; i < 4; ++i) {
+            curve.add(Tkeyframe(TanimTime(i, kSeconds), double(i % 2), kTangentFixed, kTangentFixed));
+        }
+        curve.evaluate(TtimeValue(TanimTime(1, kSeconds)));
+        for (int i = 4; i < 300; ++i) {
+            curve.add(Tkeyframe(TanimTime(i, kSeconds), double(i % 3), kTangentFixed, kTangentFixed));
+        }
+        long const before = sAllocations.load();
+        double sum = 0.0;
+        for (int i = 0; i < 600; ++i) {
+            sum += curve.evaluate(TtimeValue(TanimTime::fromTicks((i * 7919) % (299 * kTicksPerSecond))));
+        }
+        EXPECT_TRUE(std::isfinite(sum));
+        EXPECT_EQ(sAllocations.load() - before, 0) << (floatTime ? "float" : "tick") << " curve";
+        EXPECT_EQ(allocationsDuring(curve, 0.0f, 299.0f, 1.0f / 24.0f), 0);
+    }
+}
+
 TEST(EvaluationAllocations, CountingSeesTheEnginesAllocations)
 {
     long const before = sAllocations.load();

@@ -403,9 +403,9 @@ private:
     void storeInfinityType(bool pre, TparamCurveEnums::TinfinityType type);
     bool mergeBlock(TanimTime const* times, double const* values, unsigned count, TtangentType in, TtangentType out,
                     unsigned& firstChanged);
-    // Removes key i: the key is recorded for undo, handed back (`detach`),
-    // or deleted. Answers the key when it was recorded or detached.
-    bool removeOne(unsigned index, Tkeyframe const* record, bool detach, Tkeyframe** detached);
+    // Removes key i: the key is handed back through `detached` when that is
+    // given, else recorded for undo (as `record` when given), else deleted.
+    bool removeOne(unsigned index, Tkeyframe const* record, Tkeyframe** detached);
     bool placeKey(Tkeyframe* key, bool keepTangents, bool returning);
     static void disposeIfNotHeld(class TparamCurveDeltaComp& holder, Tdelta* delta);
     // Records `delta` when a modification is open; deletes it otherwise.

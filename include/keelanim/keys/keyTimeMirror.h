@@ -31,6 +31,15 @@ public:
         fFirstDisorder = std::min(fFirstDisorder, fFresh);
     }
     void invalidate() { invalidateFrom(0); }
+    // Makes room for `count` slots, growing geometrically, so that the
+    // refresh that follows an edit copies without allocating: the owner
+    // calls it on edits, which may allocate, and evaluation does not.
+    void reserve(unsigned count)
+    {
+        if (count > fTimes.capacity()) {
+            fTimes.reserve(std::max<std::size_t>(count, 2 * fTimes.capacity()));
+        }
+    }
     // Copies the times of the stale slots (and drops the slots past the
     // array's end). True when the copy then covers `keys`: an empty slot
     // stops the copy short of it.
