@@ -494,12 +494,13 @@ double TparamCurve::linearInfinityValue(double t, bool pre, double first, double
 
 double TparamCurve::evaluateInfinitiesAt(double t, bool pre)
 {
-    unsigned const last = arrayCount() - 1;
-    double const first = hostSeconds(keyframe(0));
-    double const end = hostSeconds(keyframe(last));
+    Tkeyframe const* firstKey = keyframe(0);
+    Tkeyframe const* lastKey = keyframe(arrayCount() - 1);
+    double const first = hostSeconds(firstKey);
+    double const end = hostSeconds(lastKey);
     double const range = end - first;
     if (range == 0.0 || std::isnan(t)) {
-        return value(0);
+        return firstKey->value();
     }
     double const reference = t > end ? end : first;
     double whole = 0.0;
@@ -520,7 +521,7 @@ double TparamCurve::evaluateInfinitiesAt(double t, bool pre)
     }
     double result = valueInRange(mapped);
     if (type == TparamCurveEnums::kCycleRelative) {
-        double const shift = value(last) - value(0);
+        double const shift = lastKey->value() - firstKey->value();
         if (shift != 0.0) {
             result += pre ? -shift * cycles : shift * cycles;
         }
