@@ -103,8 +103,10 @@ public:
     void recordIndex();
 
 protected:
-    // Takes key `index` off the curve into the record / gives it back.
+    // Undo (`undoing`) or redo: the key leaves or rejoins the curve, or
+    // trades places with the one there, as the record's type says.
     bool replay(bool undoing);
+    // Takes key `index` off the curve into the record / gives it back.
     bool takeFromCurve();
     bool giveToCurve();
     bool swapWithCurve();
