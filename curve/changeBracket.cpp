@@ -3,17 +3,17 @@
 
 #include "keelanim/curve/paramCurve.h"
 
+#include "curve/detail/editRecorder.h"
+#include "keelanim/curve/curveMessages.h"
 #include "keelanim/curve/msgDepot.h"
 #include "keelanim/editing/keyframeHandle.h"
 #include "keelanim/prefs/prefItems.h"
-#include "keelanim/undo/curveDeltas.h"
 
 namespace {
 
 // Set once model updates were disabled inside the current outermost bracket;
 // cleared by each outermost beginChange.
 thread_local bool sModelUpdatesDisabled = false;
-thread_local unsigned sReplayDepth = 0;
 
 // Sends a helper question to the depot's helpers and answers their reply.
 TbitField32 askHelpers(TparamCurve* curve, std::int32_t kind, std::uint32_t answer = 1)
@@ -47,8 +47,8 @@ bool TparamCurve::beginChange(unsigned mask)
     }
     if (fChangeDepth == 0) {
         sModelUpdatesDisabled = false;
-        if (isMod() && !isReplaying() && fTangentJournal == nullptr) {
-            fTangentJournal = new TPCDkeyTangents(this);
+        if (isMod() && !isReplaying() && fTangentJournal == nullptr && TcurveEditRecorder::installed() != nullptr) {
+            fTangentJournal = new TtangentJournal();
         }
         fChangeAnswer =
             askHelpers(this, TparamCurveHelperMsg::kBeginChange).anyOf(TparamCurveHelperMsg::kBeginAnswerBit);
@@ -67,10 +67,7 @@ void TparamCurve::endChange(bool modified)
     if (fChangeDepth > 0) {
         return;
     }
-    if (TPCDkeyTangents* journal = fTangentJournal) {
-        fTangentJournal = nullptr;
-        journal->empty() ? delete journal : static_cast<void>(addDelta(journal, false));
-    }
+    closeTangentJournal();
     askHelpers(this, TparamCurveHelperMsg::kEndChange, fChangeAnswer ? 1u : 0u);
     if (fModified) {
         fModified = false;
@@ -92,21 +89,6 @@ void TparamCurve::notifyClientsOfChange(Tkeyframe* key, int kind)
         sModelUpdatesDisabled = true;
         disableAnimCurveModelUpdates();
     }
-}
-
-TparamCurve::TreplayScope::TreplayScope()
-{
-    ++sReplayDepth;
-}
-
-TparamCurve::TreplayScope::~TreplayScope()
-{
-    --sReplayDepth;
-}
-
-bool TparamCurve::isReplaying()
-{
-    return sReplayDepth > 0;
 }
 
 void TparamCurve::disableAnimCurveModelUpdates()

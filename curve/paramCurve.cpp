@@ -2,11 +2,12 @@
 
 #include "keelanim/curve/paramCurve.h"
 
+#include "curve/detail/curveEvaluator.h"
+#include "curve/detail/editRecorder.h"
 #include "keelanim/base/debugOutput.h"
 #include "keelanim/curve/msgDepot.h"
 #include "keelanim/prefs/prefItems.h"
 #include "keelanim/segments/animCurve.h"
-#include "keelanim/undo/curveDeltas.h"
 
 #include <cmath>
 
@@ -21,6 +22,7 @@ bool TparamCurve::fsOverrideTangentsForBlockingMode = false;
 
 TparamCurve::TparamCurve(bool floatTime)
 {
+    new (fEvaluatorSpace) TcurveEvaluator(*this);
     // New curves are weighted unless the key-tangent preference says otherwise.
     fCurveFlags.set(kWeightedBit);
     if (TprefKeyframe const* preference = keyTangentPreference()) {
@@ -36,6 +38,7 @@ TparamCurve::TparamCurve(bool floatTime)
 
 TparamCurve::TparamCurve(TparamCurve const& other) : TdeltaUser(), TclientServer(other)
 {
+    new (fEvaluatorSpace) TcurveEvaluator(*this);
     if (other.isFloatCurve()) {
         fFloatKeys = new TfloatKeyframePtrArray(false, kKeyArraySizeHint);
     } else {
@@ -74,7 +77,8 @@ TparamCurve::~TparamCurve()
     }
     delete fFloatKeys;
     delete fTickKeys;
-    delete fInterpolator;
+    delete fTangentSegment;
+    evaluator().~TcurveEvaluator();
 }
 
 void TparamCurve::copySettingsFrom(TparamCurve const& other)
@@ -386,23 +390,6 @@ void TparamCurve::checkStaticTanCondition(unsigned index)
         fCurveFlags.clear(kStaticBit);
         notifyClientsOfChange(key, TparamCurveModifiedMsg::kTangentChanged);
     }
-}
-
-void TparamCurve::invalidateCache(int index)
-{
-    unsigned const from = index < 0 ? 0u : static_cast<unsigned>(index);
-    fFloatTimes.invalidateFrom(from);
-    fTickTimes.invalidateFrom(from);
-    if (fFloatKeys != nullptr) {
-        fFloatTimes.reserve(fFloatKeys->count());
-    } else if (fTickKeys != nullptr) {
-        fTickTimes.reserve(fTickKeys->count());
-    }
-    fInterpolatorSpan = -1;
-    fCubicSpan = -1;
-    fFastSpan = -1;
-    fCachedKey = nullptr;
-    fCachedKeyIndex = 0;
 }
 
 void TparamCurve::recordKeyIndices()

@@ -2,11 +2,11 @@
 
 #include "keelanim/curve/paramCurve.h"
 
+#include "curve/detail/editKit.h"
+#include "keelanim/curve/curveMessages.h"
 #include "keelanim/curve/msgDepot.h"
 #include "keelanim/keys/pickParts.h"
 #include "keelanim/segments/animCurve.h"
-
-#include "keelanim/undo/curveDeltas.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,27 +15,6 @@
 #include <vector>
 
 namespace {
-
-// Closes a bracket on every path out of an edit.
-class TchangeScope {
-public:
-    TchangeScope(TparamCurve& curve, unsigned mask) : fCurve(curve), fOpen(curve.beginChange(mask)) {}
-    TchangeScope(TchangeScope const&) = delete;
-    TchangeScope& operator=(TchangeScope const&) = delete;
-    ~TchangeScope()
-    {
-        if (fOpen) {
-            fCurve.endChange(fModified);
-        }
-    }
-    bool open() const { return fOpen; }
-    void modified() { fModified = true; }
-
-private:
-    TparamCurve& fCurve;
-    bool fOpen;
-    bool fModified = false;
-};
 
 std::unique_ptr<Tkeyframe> copyOf(Tkeyframe const* key)
 {
@@ -143,8 +122,8 @@ bool TparamCurve::add(Tkeyframe const& key, bool select, bool keepTangents, bool
     bool const replacing = findStoredTime(key.timeValue(), index);
     if (replacing) {
         target = keyframe(index);
-        if (isMod()) {
-            record(new TPCDaddRemoveKey(this, target, *target));
+        if (TcurveEditRecorder* recorder = TcurveEditKit::recorder(*this)) {
+            record(recorder->keyReplaced(*this, target, *target));
         }
         *target = key;
     } else {
@@ -153,8 +132,8 @@ bool TparamCurve::add(Tkeyframe const& key, bool select, bool keepTangents, bool
             delete target;
             return false;
         }
-        if (isMod()) {
-            record(new TPCDaddRemoveKey(this, target, TPCDaddRemoveKey::kAdded));
+        if (TcurveEditRecorder* recorder = TcurveEditKit::recorder(*this)) {
+            record(recorder->keyAdded(*this, target));
         }
     }
     if (select) {
@@ -204,8 +183,9 @@ bool TparamCurve::placeKey(Tkeyframe* key, bool keepTangents, bool returning)
     if (returning && hasMessage(TkeyframeAddDeleteMsgTmeta)) {
         notifyClients(TkeyframeAddDeleteMsg(key, true));
     }
-    if (!returning && isMod()) {
-        record(new TPCDaddRemoveKey(this, key, TPCDaddRemoveKey::kAdded));
+    TcurveEditRecorder* recorder = returning ? nullptr : TcurveEditKit::recorder(*this);
+    if (recorder != nullptr) {
+        record(recorder->keyAdded(*this, key));
     }
     keysChangedAround(index, keepTangents);
     checkStaticValueCondition(index);
@@ -255,11 +235,12 @@ bool TparamCurve::splitSpanAt(TtimeValue const& time, Tkeyframe& made, float nei
     case Tkeyframe::kInterpSegment: break;
     }
     setInterpolationInterval(lo);
-    if (fInterpolator == nullptr) {
+    T2dAnimCurve const* segment = interpolator();
+    if (segment == nullptr) {
         return false;
     }
     float o[8] = {};
-    double const v = fInterpolator->newMatchingKey(x, o[0], o[1], o[2], o[3], o[4], o[5], o[6], o[7]);
+    double const v = segment->newMatchingKey(x, o[0], o[1], o[2], o[3], o[4], o[5], o[6], o[7]);
     made.setValue(v);
     made.setTanIn(o[2], o[3]);
     made.setTanOut(o[4], o[5]);
@@ -315,9 +296,9 @@ bool TparamCurve::insertKey(Tkeyframe const& key, bool preserveShape)
         delete inserted;
         return false;
     }
-    if (isMod()) {
-        record(preserveShape ? new TPCDinsertKey(this, inserted, previousAsWas.get(), nextAsWas.get())
-                             : new TPCDaddRemoveKey(this, inserted, TPCDaddRemoveKey::kAdded));
+    if (TcurveEditRecorder* recorder = TcurveEditKit::recorder(*this)) {
+        record(preserveShape ? recorder->keyInserted(*this, inserted, previousAsWas.get(), nextAsWas.get())
+                             : recorder->keyAdded(*this, inserted));
     }
     if (reshapes) {
         Tkeyframe* before = keyframe(index - 1);
@@ -432,8 +413,8 @@ bool TparamCurve::mergeBlock(TanimTime const* times, double const* values, unsig
             fTickKeys != nullptr ? TtimeValue(times[i]) : TtimeValue(static_cast<float>(times[i].seconds()));
         unsigned index = 0;
         if (findStoredTime(time, index)) {
-            if (isMod()) {
-                record(new TPCDaddRemoveKey(this, keyframe(index), *keyframe(index)));
+            if (TcurveEditRecorder* recorder = TcurveEditKit::recorder(*this)) {
+                record(recorder->keyReplaced(*this, keyframe(index), *keyframe(index)));
             }
             keyframe(index)->setValue(values[i]);
             firstChanged = std::min(firstChanged, index);
@@ -473,8 +454,8 @@ bool TparamCurve::mergeBlock(TanimTime const* times, double const* values, unsig
     for (Tkeyframe* key : fresh) {
         notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyInserted);
     }
-    if (isMod()) {
-        record(new TPCDblockAddRemoveKey(this, fresh.data(), static_cast<unsigned>(fresh.size()), in, out));
+    if (TcurveEditRecorder* recorder = TcurveEditKit::recorder(*this)) {
+        record(recorder->blockAdded(*this, fresh.data(), static_cast<unsigned>(fresh.size()), in, out));
     }
     return true;
 }
@@ -501,8 +482,8 @@ bool TparamCurve::replaceKey(Tkeyframe* old, Tkeyframe const& replacement)
     if (!change.open()) {
         return false;
     }
-    if (isMod()) {
-        record(new TPCDaddRemoveKey(this, old, *old));
+    if (TcurveEditRecorder* recorder = TcurveEditKit::recorder(*this)) {
+        record(recorder->keyReplaced(*this, old, *old));
     }
     *old = replacement;
     keysChangedAround(index, false);
@@ -529,11 +510,8 @@ bool TparamCurve::siblingsOrSelf(bool allChannels, TparamCurve* channels[3])
 bool TparamCurve::allChannelsAccept(TparamCurve* const channels[3], unsigned mask)
 {
     for (int i = 0; i < 3; ++i) {
-        if (channels[i] != nullptr) {
-            if (!channels[i]->beginChange(mask)) {
-                return false;
-            }
-            channels[i]->endChange(false);
+        if (channels[i] != nullptr && !TchangeScope(*channels[i], mask).open()) {
+            return false;
         }
     }
     return true;
@@ -573,11 +551,13 @@ bool TparamCurve::removeOne(unsigned index, Tkeyframe const* recordAs, Tkeyframe
     removePointerAt(index);
     if (detached != nullptr) {
         *detached = key;
-    } else if (isMod() && !fCurveFlags.isSet(kNoRemovalDeltasBit)) {
+    } else if (TcurveEditRecorder* recorder = TcurveEditKit::recorder(*this);
+               recorder != nullptr && !fCurveFlags.isSet(kNoRemovalDeltasBit)) {
         if (recordAs != nullptr) {
             *key = *recordAs;
         }
-        addDelta(new TPCDaddRemoveKey(this, key, TPCDaddRemoveKey::kRemoved), false);
+        Tdelta* removal = recorder->keyRemoved(*this, key);
+        removal != nullptr ? static_cast<void>(addDelta(removal, false)) : delete key;
     } else {
         delete key;  // no record takes it
     }
@@ -630,15 +610,6 @@ bool TparamCurve::swapKeyframes(TkeyframePtrList& keys)
     return true;
 }
 
-void TparamCurve::record(Tdelta* delta)
-{
-    if (isMod()) {
-        addDelta(delta, false);
-    } else {
-        delete delta;
-    }
-}
-
 void TparamCurve::removeAllKeys(bool notify, bool allChannels)
 {
     TparamCurve* channels[3];
@@ -687,8 +658,8 @@ bool TparamCurve::setBreakdown(unsigned index, bool on)
     if (!setKeyFlag(index, kChangeTime, Tkeyframe::kBreakdownBit, on, TparamCurveModifiedMsg::kBreakdownChanged)) {
         return false;
     }
-    if (isMod()) {
-        record(new TPCDbreakdown(this, index, was));
+    if (TcurveEditRecorder* recorder = TcurveEditKit::recorder(*this)) {
+        record(recorder->breakdownChanged(*this, index, was));
     }
     return true;
 }
@@ -741,9 +712,9 @@ bool TparamCurve::applyInfinityType(bool pre, TparamCurveEnums::TinfinityType ty
         }
         TparamCurveEnums::TinfinityType const previous = pre ? channel->fPreInfinity : channel->fPostInfinity;
         channel->storeInfinityType(pre, type);
-        if (channel->isMod()) {
-            channel->record(
-                new TPCDinfinityType(channel, pre, previous, pre ? channel->fPreInfinity : channel->fPostInfinity));
+        if (TcurveEditRecorder* recorder = TcurveEditKit::recorder(*channel)) {
+            channel->record(recorder->infinityChanged(*channel, pre, previous,
+                                                      pre ? channel->fPreInfinity : channel->fPostInfinity));
         }
         channel->invalidateCache();
         channel->notifyClientsOfChange(channel->keyframe(0), TparamCurveModifiedMsg::kTangentChanged);

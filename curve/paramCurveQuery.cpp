@@ -183,12 +183,11 @@ bool TparamCurve::minMaxValueAndTime(unsigned span, float& t0, double& vMin, flo
     if (keyframe(span) == nullptr || keyframe(span + 1) == nullptr) {
         return false;
     }
-    if (fInterpolatorSpan != static_cast<std::int32_t>(span)) {
-        setInterpolationInterval(span);
-    }
-    if (fInterpolator == nullptr) {
+    setInterpolationInterval(span);  // nothing when the span's segment is built already
+    T2dAnimCurve const* segment = interpolator();
+    if (segment == nullptr) {
         return false;
     }
-    fInterpolator->getMinMaxTimeAndValue(t0, vMin, t1, vMax);
+    segment->getMinMaxTimeAndValue(t0, vMin, t1, vMax);
     return true;
 }

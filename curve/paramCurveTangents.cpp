@@ -2,10 +2,12 @@
 
 #include "keelanim/curve/paramCurve.h"
 
+#include "curve/detail/editKit.h"
+#include "keelanim/curve/curveMessages.h"
+#include "keelanim/editing/keyframeHandle.h"
 #include "keelanim/keys/pickParts.h"
 #include "keelanim/segments/animCurve.h"
 #include "keelanim/segments/hermite.h"
-#include "keelanim/undo/curveDeltas.h"
 
 namespace {
 
@@ -50,18 +52,28 @@ void TparamCurve::modifyTangentHelper(unsigned index)
     if (isReplaying()) {
         return;  // a replayed step restores its tangents itself
     }
-    T2dAnimCurve* segment = updateInterpolator(key);
+    T2dAnimCurve* segment = tangentSegment(key);
     if (segment == nullptr) {
         return;
     }
-    TPCDkeyTangents::Ttangents const before = TPCDkeyTangents::tangentsOf(*key);
+    TkeyTangents const before = TkeyTangents::of(*key);
     segment->calculateTangents(keyframe(index - 1), key, keyframe(index + 1), this);
     if (fTangentJournal != nullptr) {
-        TPCDkeyTangents::Ttangents const after = TPCDkeyTangents::tangentsOf(*key);
+        TkeyTangents const after = TkeyTangents::of(*key);
         if (!(after == before)) {
             fTangentJournal->note(key, before, after);
         }
     }
+}
+
+T2dAnimCurve* TparamCurve::tangentSegment(Tkeyframe const* key)
+{
+    TinterpolatorType const desired = T2dAnimCurve::desiredInterpolatorType(isWeighted(), key);
+    if (fTangentSegment == nullptr || fTangentSegment->interpolatorType() != desired) {
+        delete fTangentSegment;
+        fTangentSegment = T2dAnimCurve::new2dAnimCurve(isFloatCurve(), desired);
+    }
+    return fTangentSegment;
 }
 
 bool TparamCurve::tangentMethodIdentifier(unsigned index, bool useIn, bool sameSideOnly)
@@ -165,27 +177,35 @@ bool TparamCurve::setTangentTypeHelper(unsigned index, TtangentType type, int pa
 bool TparamCurve::setTangentType(unsigned index, TtangentType in, TtangentType out)
 {
     Tkeyframe* key = keyframe(index);
-    if (key == nullptr || !beginChange(kChangeTangentType)) {
+    if (key == nullptr) {
+        return false;
+    }
+    TchangeScope change(*this, kChangeTangentType);
+    if (!change.open()) {
         return false;
     }
     setTangentTypeHelper(index, in, kPickInTangentBit);
     setTangentTypeHelper(index, out, kPickOutTangentBit);
     keysChangedAround(index, false);
     notifyClientsOfChange(key, TparamCurveModifiedMsg::kTangentChanged);
-    endChange(true);
+    change.modified();
     return true;
 }
 
 bool TparamCurve::setTangentType(unsigned index, TtangentType type, int part)
 {
     Tkeyframe* key = keyframe(index);
-    if (key == nullptr || part < kPickKeyBit || part > kPickOutTangentBit || !beginChange(kChangeTangentType)) {
+    if (key == nullptr || part < kPickKeyBit || part > kPickOutTangentBit) {
+        return false;
+    }
+    TchangeScope change(*this, kChangeTangentType);
+    if (!change.open()) {
         return false;
     }
     setTangentTypeHelper(index, type, part);
     keysChangedAround(index, false);
     notifyClientsOfChange(key, TparamCurveModifiedMsg::kTangentChanged);
-    endChange(true);
+    change.modified();
     return true;
 }
 
@@ -223,7 +243,8 @@ bool TparamCurve::setIsWeighted(bool weighted)
     if (weighted == isWeighted()) {
         return true;
     }
-    if (!beginChange(kChangeNothing)) {
+    TchangeScope change(*this, kChangeNothing);
+    if (!change.open()) {
         return false;
     }
     generateCurveDeltas();  // the tangents before conversion
@@ -244,12 +265,12 @@ bool TparamCurve::setIsWeighted(bool weighted)
         key->setTanOut(x, y);
     }
     setWeightedFlag(weighted);
-    if (isMod()) {
-        record(new TPCDweightedTangents(this, was));
+    if (TcurveEditRecorder* recorder = TcurveEditKit::recorder(*this)) {
+        record(recorder->weightingChanged(*this, was));
     }
     modifySmoothTangents(0, count > 0 ? count - 1 : 0);
     invalidateCache();
     notifyClientsOfChange(keyframe(0), TparamCurveModifiedMsg::kWeightingChanged);
-    endChange(true);
+    change.modified();
     return true;
 }

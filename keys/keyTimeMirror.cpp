@@ -1,4 +1,4 @@
-#include "keelanim/keys/keyTimeMirror.h"
+#include "keys/keyTimeMirror.h"
 
 #include <algorithm>
 

@@ -1,11 +1,10 @@
 #include "keelanim/keys/keyframe.h"
 
 #include "keelanim/base/arena.h"
+#include "keelanim/base/engineHooks.h"
 #include "keelanim/base/numeric.h"
 #include "keelanim/base/translator.h"
 #include "keelanim/keys/pickParts.h"
-#include "keelanim/prefs/prefItems.h"
-#include "keelanim/segments/pluginInterp.h"
 
 #include <bit>
 #include <cmath>
@@ -85,12 +84,13 @@ float auxComponent(double aux)
 // The key-tangent preference's default types, when that preference exists.
 bool keyTangentDefaults(TtangentType& in, TtangentType& out)
 {
-    TprefKeyframe const* preference = keyTangentPreference();
-    if (preference == nullptr) {
+    std::int32_t preferredIn = in;
+    std::int32_t preferredOut = out;
+    if (!TengineHooks::defaultTangentTypes(preferredIn, preferredOut)) {
         return false;
     }
-    in = preference->inTangentType();
-    out = preference->outTangentType();
+    in = static_cast<TtangentType>(preferredIn);
+    out = static_cast<TtangentType>(preferredOut);
     return true;
 }
 
@@ -342,11 +342,7 @@ void Tkeyframe::updateGlobalTangentTypes(TtangentType in, TtangentType out)
 
 bool Tkeyframe::isTangentTypeLocked(TtangentType type)
 {
-    if (!isPluginTangentType(type)) {
-        return false;
-    }
-    TpluginAnimCurveInterp const* plugin = TpluginAnimCurveInterpDBase::find(static_cast<unsigned>(type));
-    return plugin != nullptr && (plugin->extra() & TpluginAnimCurveInterp::kTypeLocked) != 0;
+    return isPluginTangentType(type) && TengineHooks::tangentTypeLocked(type);
 }
 
 // --- Flags ---------------------------------------------------------------------

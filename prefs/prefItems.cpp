@@ -1,5 +1,7 @@
 #include "keelanim/prefs/prefItems.h"
 
+#include "keelanim/base/engineHooks.h"
+
 #include "keelanim/segments/pluginInterp.h"
 
 KEEL_DEFINE_METACLASS(TprefKeyframe, &TpreferenceItemTmeta);
@@ -105,3 +107,24 @@ TprefAnim* animDisplayPreference()
 {
     return preferenceOfClass<TprefAnim>(kPrefAnimDisplayId);
 }
+
+namespace {
+
+// Keys ask for their default tangent types through the base layer's hook.
+bool preferredTangentTypes(std::int32_t& in, std::int32_t& out)
+{
+    TprefKeyframe const* preference = keyTangentPreference();
+    if (preference == nullptr) {
+        return false;
+    }
+    in = preference->inTangentType();
+    out = preference->outTangentType();
+    return true;
+}
+
+[[maybe_unused]] bool const sDefaultsHooked = [] {
+    TengineHooks::fsDefaultTangentTypes = preferredTangentTypes;
+    return true;
+}();
+
+}  // namespace

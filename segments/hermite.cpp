@@ -1,6 +1,7 @@
 #include "keelanim/segments/hermite.h"
 
 #include "keelanim/segments/bezier.h"
+#include "segments/hermiteCubic.h"
 
 #include <algorithm>
 #include <cmath>
@@ -23,7 +24,7 @@ void T2dHermite::create(TparamCurve*, unsigned, double x0, double y0, double& x1
                         double x3, double y3, bool)
 {
     storeControls(x0, y0, x1, y1, x2, y2, x3, y3);
-    fCubic = ThermiteCubic::fromControls(x0, y0, x1, y1, x2, y2, x3, y3);
+    fCubic = hermiteCubicFromControls(x0, y0, x1, y1, x2, y2, x3, y3);
 }
 
 double T2dHermite::evaluate(double x) const

@@ -1,5 +1,7 @@
 #include "keelanim/segments/pluginInterp.h"
 
+#include "keelanim/base/engineHooks.h"
+
 #include "keelanim/segments/animCurve.h"
 
 namespace {
@@ -96,3 +98,20 @@ bool TpluginAnimCurveInterpDBase::getAnimCurveInterpList(TpluginAnimCurveInterpP
     }
     return true;
 }
+
+namespace {
+
+// Keys ask whether a plug-in locks their tangent type through the base
+// layer's hook.
+bool pluginLocksType(std::int32_t type)
+{
+    TpluginAnimCurveInterp const* plugin = TpluginAnimCurveInterpDBase::find(static_cast<unsigned>(type));
+    return plugin != nullptr && (plugin->extra() & TpluginAnimCurveInterp::kTypeLocked) != 0;
+}
+
+[[maybe_unused]] bool const sLockHooked = [] {
+    TengineHooks::fsTangentTypeLocked = pluginLocksType;
+    return true;
+}();
+
+}  // namespace

@@ -146,58 +146,6 @@ bool TparamCurveDeltaComp::merge(TparamCurveDeltaComp* composite)
     return true;
 }
 
-// --- TparamCurve collection hooks ----------------------------------------------------------
-
-// Ownership of a delta offered to the pending composite has passed whatever
-// happened to it: a curve composite gave its records away and goes; a
-// record that was absorbed rather than stored goes too.
-void TparamCurve::disposeIfNotHeld(TparamCurveDeltaComp& holder, Tdelta* delta)
-{
-    if (auto* composite = keelCast<TparamCurveDeltaComp>(delta)) {
-        composite->reset();
-        delete composite;
-        return;
-    }
-    for (unsigned i = holder.length(); i-- > 0;) {
-        if (holder.delta(i) == delta) {
-            return;
-        }
-    }
-    delete delta;
-}
-
-bool TparamCurve::addDelta(Tdelta* delta, bool append)
-{
-    if (delta == nullptr || !isMod()) {
-        return append;
-    }
-    Tdelta* pending = pendingDelta();
-    if (pending == nullptr) {
-        setPendingDelta(delta);
-        return true;
-    }
-    if (auto* composite = keelCast<TparamCurveDeltaComp>(pending)) {
-        append ? composite->addLast(delta) : static_cast<void>(composite->merge(delta));
-        disposeIfNotHeld(*composite, delta);
-        return append;
-    }
-    auto* composite = new TparamCurveDeltaComp();
-    releasePendingDelta();
-    for (Tdelta* offered : {pending, delta}) {
-        append ? composite->addLast(offered) : static_cast<void>(composite->merge(offered));
-        disposeIfNotHeld(*composite, offered);
-    }
-    setPendingDelta(composite);
-    return true;
-}
-
-void TparamCurve::generateCurveDeltas()
-{
-    if (isMod()) {
-        addDelta(new TPCDcurveDelta(this), false);
-    }
-}
-
 // --- TparamCurveDeltaUser ----------------------------------------------------------------------
 
 TparamCurveDeltaUser::~TparamCurveDeltaUser() = default;

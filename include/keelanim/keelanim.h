@@ -24,7 +24,6 @@
 #include "keelanim/base/translator.h"
 #include "keelanim/base/tstring.h"
 
-#include "keelanim/keys/keyTimeMirror.h"
 #include "keelanim/keys/keyframe.h"
 #include "keelanim/keys/keyframeArrays.h"
 #include "keelanim/keys/pickParts.h"

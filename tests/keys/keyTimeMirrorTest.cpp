@@ -1,5 +1,6 @@
 #include "support/curveBuilders.h"
 
+#include "keys/keyTimeMirror.h"
 #include <keelanim/keelanim.h>
 
 #include <gtest/gtest.h>

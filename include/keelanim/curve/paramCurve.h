@@ -5,21 +5,22 @@
 #include "keelanim/base/bitField.h"
 #include "keelanim/base/clientServer.h"
 #include "keelanim/base/export.h"
-#include "keelanim/curve/curveMessages.h"
 #include "keelanim/curve/paramCurveEnums.h"
-#include "keelanim/editing/keyframeHandle.h"
-#include "keelanim/keys/keyTimeMirror.h"
 #include "keelanim/keys/keyframe.h"
 #include "keelanim/keys/keyframeArrays.h"
-#include "keelanim/segments/hermite.h"
 #include "keelanim/undo/delta.h"
 
+#include <cstddef>
 #include <cstdint>
 
 class T2dAnimCurve;
+class TcurveEditKit;
+class TcurveEvaluator;
 class TdebugOutput;
 class TkeyframeHandle;
 class TparamCurveMsgDepot;
+class TtangentJournal;
+using TkeyframeHandlePtrArray = TtypedArray<TkeyframeHandle*>;
 
 // TparamCurve: an animation curve, the owner of its keys.
 //
@@ -81,7 +82,7 @@ public:
 
     using TclientCallbackFn = TclientCallback;
 
-    // --- Construction ------------------------------------------------------
+    // --- Construction (curve/paramCurve.cpp) -------------------------------
     // A float curve when `floatTime` is true, else an animTime curve. The
     // curve starts static and weighted unless the key-tangent preference says
     // otherwise.
@@ -98,7 +99,7 @@ public:
     void setCurveKind(unsigned kind) { fCurveKind = kind; }
     bool isRotationCurve() const { return fCurveKind >= 3 && fCurveKind <= 5; }
 
-    // --- Key access (tolerant of every bad index) ------------------------
+    // --- Key access, tolerant of every bad index (curve/paramCurve.cpp) ----
     // The number of keys; with kHideKeysBit set, hidden keys are not counted.
     unsigned keyframeCount() const;
     // The key at array index `index`, or null.
@@ -139,7 +140,7 @@ public:
     bool breakdown(unsigned index) const;
     bool tickDrawSpecial(unsigned index) const;
 
-    // --- Key mutation ------------------------------------------------------
+    // --- Key mutation (curve/paramCurveEdit.cpp) ---------------------------
     bool setValue(unsigned index, double value);
     // Also stores the auxiliary component of rotation keys.
     bool setValue(unsigned index, double value, float aux);
@@ -183,7 +184,7 @@ public:
     bool setBreakdown(unsigned index, bool on);
     bool setTickDrawSpecial(unsigned index, bool on);
 
-    // --- Evaluation --------------------------------------------------------
+    // --- Evaluation (curve/paramCurveEval.cpp, curve/detail/curveEvaluator) -
     // The value at a time in the curve's own form (ticks exact on an
     // animTime curve). Inside the keys by the span's interpolation, outside
     // by the infinity types. A NaN time answers the first key's value (0 for
@@ -206,7 +207,7 @@ public:
     // scales; +-pi/2 for vertical tangents, 0 for a vanishing one.
     double tangentAngle(unsigned index, bool in, double xScale, double yScale) const;
 
-    // --- Tangents ------------------------------------------------------------
+    // --- Tangents (curve/paramCurveTangents.cpp; rules in segments/) ------
     // Recomputes key i's tangents by the rules of its types (through the
     // segment kind of the span it starts).
     void modifyTangentHelper(unsigned index);
@@ -233,7 +234,7 @@ public:
     // The host's value normalisation scale (1 without one).
     double normScaleValue() const;
 
-    // --- Span segments -----------------------------------------------------
+    // --- Span segments (curve/paramCurveEval.cpp) -------------------------
     // The held segment, made to the kind the span that starts at `key`
     // wants (null for kinds without a segment).
     T2dAnimCurve* updateInterpolator(Tkeyframe const* key);
@@ -243,13 +244,14 @@ public:
     void setInterpolationInterval(unsigned index);
     // Recomputes the interpolation method of key i and of key i - 1.
     void setSpanInterpMethod(unsigned index);
-    T2dAnimCurve* interpolator() const { return fInterpolator; }
-    int interpolatorSpan() const { return fInterpolatorSpan; }
+    // The segment evaluation holds and the span it was built for (-1: none).
+    T2dAnimCurve* interpolator() const;
+    int interpolatorSpan() const;
     // A new key at `time` (caller owns it) that keeps the curve's shape: the
     // curve's value there and the tangents of the split span.
     Tkeyframe* newMatchingKeyframe(TtimeValue const& time);
 
-    // --- Queries -----------------------------------------------------------
+    // --- Queries (curve/paramCurveQuery.cpp) ------------------------------
     // New handles (caller owns them) to the key nearest to a time or to a
     // value; null for an empty curve. Halfway between two keys, the later
     // key wins; among keys equally near a value, the earliest.
@@ -272,7 +274,8 @@ public:
     // when the span has no segment.
     bool minMaxValueAndTime(unsigned span, float& t0, double& vMin, float& t1, double& vMax);
 
-    // --- Undo ----------------------------------------------------------------
+    // --- Undo: recording and replay (curve/paramCurveRecording.cpp; the
+    //     records themselves live in undo/) ------------------------------------
     // Offers a new record to the modification's pending delta (see the
     // source for the exact rules); outside a modification the caller keeps
     // `delta` and `append` is answered.
@@ -304,7 +307,7 @@ public:
     // The number of keys in the array, hidden ones included.
     unsigned keyframeCountAll() const { return arrayCount(); }
 
-    // --- Infinities --------------------------------------------------------
+    // --- Infinities (curve/paramCurveEdit.cpp) -----------------------------
     TparamCurveEnums::TinfinityType preInfinityType() const { return fPreInfinity; }
     TparamCurveEnums::TinfinityType postInfinityType() const { return fPostInfinity; }
     // Types 1, 3, 4 and 5 are stored as given; every other value as 0. On a
@@ -312,7 +315,7 @@ public:
     bool setPreInfinityType(TparamCurveEnums::TinfinityType type);
     bool setPostInfinityType(TparamCurveEnums::TinfinityType type);
 
-    // --- Static conditions and caches --------------------------------------
+    // --- Static conditions and caches (curve/paramCurve.cpp) --------------
     bool isStatic() const { return fCurveFlags.isSet(kStaticBit); }
     void checkStaticValueCondition(unsigned index);
     void checkStaticTanCondition(unsigned index);
@@ -328,7 +331,7 @@ public:
     bool hasRecordedKeyIndices() const { return fRecordedIndices != nullptr; }
     void deleteRecordedKeyIndices();
 
-    // --- Flags, locks and host context -------------------------------------
+    // --- Flags, locks and host context (curve/paramCurve.cpp) -------------
     TbitField32 curveFlags() const { return fCurveFlags; }
     // The weighting bit decides each span's segment kind: changing it makes
     // evaluation forget the spans it remembers.
@@ -354,13 +357,13 @@ public:
     void setNLEData(TNLEData const* data);
     TNLEData const* nleData() const { return fNleData; }
 
-    // --- Change bracket ----------------------------------------------------
+    // --- Change bracket (curve/changeBracket.cpp) -------------------------
     bool beginChange(unsigned mask);
     void endChange(bool modified);
     void notifyClientsOfChange(Tkeyframe* key, int kind);
     unsigned changeDepth() const { return fChangeDepth; }
 
-    // --- Library-wide messaging --------------------------------------------
+    // --- Library-wide messaging (curve/changeBracket.cpp, curve/msgDepot) --
     static TparamCurveMsgDepot& globalMsgDepot();
     static bool addGlobalClient(Tclient* client, TclientCallback callback);
     static bool addGlobalHelper(Tclient* client, TclientCallback callback);
@@ -375,7 +378,7 @@ public:
     // While true, no curve sends change messages.
     static bool fsSuppressChangeMessages;
 
-    // --- Printing ----------------------------------------------------------
+    // --- Printing (curve/paramCurve.cpp) ----------------------------------
     void debugOutput(TdebugOutput& out) const;
 
     // --- Statics -----------------------------------------------------------
@@ -387,6 +390,9 @@ public:
     static bool fsOverrideTangentsForBlockingMode;
 
 private:
+    friend class TcurveEditKit;
+    friend class TcurveEvaluator;
+
     // Storage helpers shared by the edits.
     unsigned arrayCount() const { return fTickKeys != nullptr ? fTickKeys->count() : fFloatKeys->count(); }
     bool acceptsTimeForm(TtimeValue const& time) const;
@@ -407,14 +413,20 @@ private:
     // given, else recorded for undo (as `record` when given), else deleted.
     bool removeOne(unsigned index, Tkeyframe const* record, Tkeyframe** detached);
     bool placeKey(Tkeyframe* key, bool keepTangents, bool returning);
-    static void disposeIfNotHeld(class TparamCurveDeltaComp& holder, Tdelta* delta);
     // Records `delta` when a modification is open; deletes it otherwise.
     void record(Tdelta* delta);
+    // Hands the tangents re-derived in the outermost change just closing to
+    // the recorder.
+    void closeTangentJournal();
     bool setKeyFlag(unsigned index, unsigned mask, Tkeyframe::TflagBit bit, bool on, int kind);
     bool readsNeighbourTangents(unsigned index) const;
     // Recomputes keys from..to except `keep`, and the plateau keys the
     // change reaches beyond them.
     void recomputeWindow(unsigned from, unsigned to, unsigned keep);
+    // The segment that tangent rules run through, made to the kind the span
+    // starting at `key` wants; kept apart from evaluation's segment so that
+    // recomputing tangents never disturbs the span evaluation holds.
+    T2dAnimCurve* tangentSegment(Tkeyframe const* key);
     bool siblingsOrSelf(bool allChannels, TparamCurve* channels[3]);
     static bool allChannelsAccept(TparamCurve* const channels[3], unsigned mask);
     bool storeValue(unsigned index, double value, float aux);
@@ -422,65 +434,16 @@ private:
     // the interpolation methods of the spans that touch the key; the
     // tangents that depend on neighbours are rebuilt here.
     void keysChangedAround(unsigned index, bool keepTangentsAtIndex);
-
-    // Evaluation internals.
-    struct TevalTime {
-        double fSeconds;
-        std::int32_t fTicks;
-        bool fExactTicks;  // compare integer ticks (tick curves, tick times)
-    };
-    TevalTime evalTime(TtimeValue const& time) const;
-    // doubleSeconds() without the detour through TtimeValue for float curves.
+    bool splitSpanAt(TtimeValue const& time, Tkeyframe& made, float neighbourTangents[4], bool& reshapes);
+    // Seconds as the host sees them, without the detour through TtimeValue
+    // for float curves.
     double hostSeconds(Tkeyframe const* key) const
     {
         return fTickKeys == nullptr ? double(key->floatTime()) : doubleSeconds(key);
     }
-    int compareWithKey(TevalTime const& time, unsigned index) const;
-    double evaluateAt(TevalTime const& time);
-    double evaluateRules(TevalTime const& time);
-    [[gnu::noinline]] double evaluateBetweenKeys(TevalTime const& time, unsigned count);
-    double evaluateInfinitiesAt(double seconds, bool pre);
-    [[gnu::noinline]] double linearInfinityValue(double seconds, bool pre, double first, double end) const;
-    double valueInRange(double seconds);
-    [[gnu::noinline]] double valueInRangeSearched(double seconds);
-    bool searchedSpan(TevalTime const& time, unsigned& span);
-    bool valueInSearchedSpan(TevalTime const& time, double& value);
-    bool locateCached(TevalTime const& time, unsigned count, unsigned& index, bool& atKey);
-    void locateBySearch(TevalTime const& time, unsigned count, unsigned& index, bool& atKey);
-    // The first of `count` keys that the time is not after, by compareWithKey.
-    unsigned firstKeyNotBefore(TevalTime const& time, unsigned count) const;
-    double valueAtKey(unsigned index);
-    // The two keys of span `fIndex` and their host times, read once per
-    // span change. The span's second key must exist.
-    struct TspanKeys {
-        unsigned fIndex;
-        Tkeyframe const* fFirst;
-        Tkeyframe const* fSecond;
-        double fStart;
-        double fEnd;
-    };
-    TspanKeys spanKeys(unsigned lo) const
-    {
-        Tkeyframe const* first = keyframe(lo);
-        Tkeyframe const* second = keyframe(lo + 1);
-        return TspanKeys{lo, first, second, hostSeconds(first), hostSeconds(second)};
-    }
-    double valueInSpan(TspanKeys const& span, double seconds);
-    static bool spanHoldsTime(TspanKeys const& span, TevalTime const& time);
-    // The value at a time strictly inside the span of the last evaluation,
-    // computed as valueInSpan would; false when that shortcut does not hold.
-    bool valueInFastSpan(double seconds, double& value) const;
-    void rememberFastSpan(TspanKeys const& span);
-    // The control points of a span as its segment is built from them:
-    // x0, y0, x1, y1, x2, y2, x3, y3.
-    static void spanControls(TspanKeys const& span, double c[8]);
-    // Builds the segment of the span (its keys both present) for evaluation.
-    void buildSpanSegment(TspanKeys const& span);
-    // The value in a Hermite span, through fCubic; false when the span is
-    // answered by another kind of segment.
-    bool valueInHermiteSpan(TspanKeys const& span, double seconds, double& value);
-    void cacheKey(unsigned index);
-    bool splitSpanAt(TtimeValue const& time, Tkeyframe& made, float neighbourTangents[4], bool& reshapes);
+    // The evaluator, built in fEvaluatorSpace (defined beside it).
+    inline TcurveEvaluator& evaluator();
+    inline TcurveEvaluator const& evaluator() const;
 
     unsigned fCurveKind = kDefaultCurveKind;
     ThostHooks fHostHooks;
@@ -488,29 +451,7 @@ private:
     TfloatKeyframePtrArray* fFloatKeys = nullptr;
     TanimTimeKeyframePtrArray* fTickKeys = nullptr;
     TNLEData const* fNleData = nullptr;
-    // Contiguous copies of the key times for evaluation's searches; only the
-    // one of the curve's time form is used. Stale from the index given to
-    // invalidateCache() on.
-    TkeyTimeMirror<TfloatKeyframePtrSObj> fFloatTimes;
-    TkeyTimeMirror<TanimTimeKeyframePtrSObj> fTickTimes;
     TbitField32 fCurveFlags;
-    Tkeyframe const* fCachedKey = nullptr;
-    unsigned fCachedKeyIndex = 0;
-    std::int32_t fInterpolatorSpan = -1;
-    // The span the last evaluation landed in, with its open time interval:
-    // a time strictly inside it is answered at once, as the cached lookup
-    // would answer it.
-    std::int32_t fFastSpan = -1;
-    double fFastStart = 0.0;
-    double fFastEnd = 0.0;
-    double fFastFirstValue = 0.0;
-    double fFastSecondValue = 0.0;
-    Tkeyframe::TspanInterpMethod fFastMethod = Tkeyframe::kInterpSegment;
-    // The cubic of Hermite span fCubicSpan (-1: none), computed here rather
-    // than in a segment so that changing span and the shortcut make no call.
-    ThermiteCubic fCubic;
-    std::int32_t fCubicSpan = -1;
-    T2dAnimCurve* fInterpolator = nullptr;
     std::uint16_t fChangeDepth = 0;
     bool fChangeAnswer = true;
     bool fModified = false;
@@ -518,7 +459,14 @@ private:
     TparamCurveEnums::TinfinityType fPostInfinity = TparamCurveEnums::kConstant;
     unsigned fLockedParams = 0;
     TkeyframeIndexTable* fRecordedIndices = nullptr;
-    // The re-derived tangents of the edit in progress, in a modification.
-    class TPCDkeyTangents* fTangentJournal = nullptr;
     unsigned fRecordedIndicesDepth = 0;
+    // The re-derived tangents of the change in progress, in a modification.
+    TtangentJournal* fTangentJournal = nullptr;
+    T2dAnimCurve* fTangentSegment = nullptr;
+    // What evaluation remembers between calls lives in a private evaluator,
+    // built in place here so that evaluation reaches it without a pointer
+    // hop; its size is checked where it is defined.
+    static constexpr std::size_t kEvaluatorSpace = 224;
+    static constexpr std::size_t kEvaluatorAlign = 16;
+    alignas(kEvaluatorAlign) std::byte fEvaluatorSpace[kEvaluatorSpace];
 };

@@ -11,36 +11,10 @@ struct ThermiteCubic {
     double fX0 = 0.0;
     double fA = 0.0, fB = 0.0, fC = 0.0, fD = 0.0;  // highest power first
 
-    // From the span's keys (x0, y0), (x3, y3) and the ends of their
-    // handles (x1, y1), (x2, y2); a zero-length handle counts as flat.
-    static ThermiteCubic fromControls(double x0, double y0, double x1, double y1, double x2, double y2, double x3,
-                                      double y3)
-    {
-        double const length = x3 - x0;
-        double const rise = y3 - y0;
-        double const m0 = handleSlope(x0, y0, x1, y1);
-        double const m1 = handleSlope(x2, y2, x3, y3);
-        double const inverseSquare = 1.0 / (length * length);
-        ThermiteCubic cubic;
-        cubic.fX0 = x0;
-        cubic.fA = (length * m0 + length * m1 - 2.0 * rise) * inverseSquare / length;
-        cubic.fB = (3.0 * rise - 2.0 * length * m0 - length * m1) * inverseSquare;
-        cubic.fC = m0;
-        cubic.fD = y0;
-        return cubic;
-    }
     double evaluate(double x) const
     {
         double const u = x - fX0;
         return ((fA * u + fB) * u + fC) * u + fD;
-    }
-
-    // The slope of a handle from (xa, ya) to (xb, yb); 0 for a zero-length
-    // input.
-    static double handleSlope(double xa, double ya, double xb, double yb)
-    {
-        double const run = xb - xa;
-        return run == 0.0 ? 0.0 : (yb - ya) / run;
     }
 };
 

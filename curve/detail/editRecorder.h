@@ -1,0 +1,102 @@
+#pragma once
+
+#include "keelanim/curve/paramCurveEnums.h"
+#include "keelanim/keys/keyframe.h"
+
+#include <vector>
+
+class Tdelta;
+class TparamCurve;
+
+// How a curve tells the undo machinery what an edit did.
+//
+// The curve knows no undo record: inside a modification, each edit calls
+// the installed recorder, which answers a new record (a Tdelta the curve then
+// collects through TparamCurve::addDelta) or null. The undo subsystem
+// installs its recorder when the library loads; without one, edits record
+// nothing. Records take ownership of what the calls below say they keep.
+
+// The tangents of one key, as a key stores them.
+struct TkeyTangents {
+    float fInX = 0.0f, fInY = 0.0f, fOutX = 0.0f, fOutY = 0.0f;
+    friend bool operator==(TkeyTangents const&, TkeyTangents const&) = default;
+    static TkeyTangents of(Tkeyframe const& key)
+    {
+        TkeyTangents t;
+        key.getTanIn(t.fInX, t.fInY);
+        key.getTanOut(t.fOutX, t.fOutY);
+        return t;
+    }
+};
+
+// The tangents that one outermost change re-derived from the tangent types,
+// before and after, in the order the keys were first touched. Replaying a
+// step does not re-derive tangents: it puts these back.
+class TtangentJournal {
+public:
+    struct Tentry {
+        Tkeyframe* fKey;
+        TkeyTangents fBefore;
+        TkeyTangents fAfter;
+    };
+
+    // A key noted again keeps its first "before" and takes the new "after".
+    void note(Tkeyframe* key, TkeyTangents const& before, TkeyTangents const& after)
+    {
+        for (Tentry& entry : fEntries) {
+            if (entry.fKey == key) {
+                entry.fAfter = after;
+                return;
+            }
+        }
+        fEntries.push_back({key, before, after});
+    }
+    bool empty() const { return fEntries.empty(); }
+    std::vector<Tentry> const& entries() const { return fEntries; }
+
+private:
+    std::vector<Tentry> fEntries;
+};
+
+class TcurveEditRecorder {
+public:
+    TcurveEditRecorder() = default;
+    TcurveEditRecorder(TcurveEditRecorder const&) = delete;
+    TcurveEditRecorder& operator=(TcurveEditRecorder const&) = delete;
+    virtual ~TcurveEditRecorder() = default;
+
+    // The recorder edits report to; null when none is installed.
+    static TcurveEditRecorder* installed();
+    // Installs `recorder` (not owned; it must outlive every curve).
+    static void install(TcurveEditRecorder* recorder);
+
+    // --- Records of edits (each new, owned by the caller) -------------------
+    // `key` joined the curve; the record refers to it.
+    virtual Tdelta* keyAdded(TparamCurve& curve, Tkeyframe* key) = 0;
+    // `key` left the curve; the record takes the key object.
+    virtual Tdelta* keyRemoved(TparamCurve& curve, Tkeyframe* key) = 0;
+    // `onCurve` is about to take new content; `former` is copied.
+    virtual Tdelta* keyReplaced(TparamCurve& curve, Tkeyframe* onCurve, Tkeyframe const& former) = 0;
+    // `key` split a span; the neighbours' contents before (either may be
+    // null) are copied.
+    virtual Tdelta* keyInserted(TparamCurve& curve, Tkeyframe* key, Tkeyframe const* previousAsWas,
+                                Tkeyframe const* nextAsWas) = 0;
+    // The keys a block addition made.
+    virtual Tdelta* blockAdded(TparamCurve& curve, Tkeyframe* const* keys, unsigned count, TtangentType in,
+                               TtangentType out) = 0;
+    virtual Tdelta* breakdownChanged(TparamCurve& curve, unsigned index, bool wasBreakdown) = 0;
+    virtual Tdelta* infinityChanged(TparamCurve& curve, bool pre, TparamCurveEnums::TinfinityType previous,
+                                    TparamCurveEnums::TinfinityType current) = 0;
+    virtual Tdelta* weightingChanged(TparamCurve& curve, bool wasWeighted) = 0;
+    // Every key of the curve as it is now.
+    virtual Tdelta* curveSnapshot(TparamCurve& curve) = 0;
+    // The tangents the change re-derived (the journal is not empty).
+    virtual Tdelta* tangentsRederived(TparamCurve& curve, TtangentJournal const& journal) = 0;
+
+    // --- Collection ------------------------------------------------------------
+    // Combines a record offered to a modification with the one already
+    // pending there (both non-null). Answers the new pending record (it may
+    // be `pending` itself), disposes of whatever it did not keep, and sets
+    // `answer` to what TparamCurve::addDelta answers.
+    virtual Tdelta* combine(Tdelta* pending, Tdelta* offered, bool append, bool& answer) = 0;
+};

@@ -1,0 +1,95 @@
+// TparamCurve: what edits tell the undo machinery, and the replay switch.
+// The records themselves are made by the installed recorder (see
+// curve/detail/editRecorder.h); the curve only collects them.
+
+#include "keelanim/curve/paramCurve.h"
+
+#include "curve/detail/editKit.h"
+
+namespace {
+
+thread_local unsigned sReplayDepth = 0;
+
+// Set while the library loads, before any curve exists; read on every edit.
+TcurveEditRecorder* sRecorder = nullptr;
+
+}  // namespace
+
+TcurveEditRecorder* TcurveEditRecorder::installed()
+{
+    return sRecorder;
+}
+
+void TcurveEditRecorder::install(TcurveEditRecorder* recorder)
+{
+    sRecorder = recorder;
+}
+
+bool TparamCurve::addDelta(Tdelta* delta, bool append)
+{
+    if (delta == nullptr || !isMod()) {
+        return append;
+    }
+    Tdelta* pending = pendingDelta();
+    if (pending == nullptr) {
+        setPendingDelta(delta);
+        return true;
+    }
+    TcurveEditRecorder* recorder = TcurveEditRecorder::installed();
+    if (recorder == nullptr) {
+        delete delta;  // nothing can combine records: the first one stands
+        return false;
+    }
+    bool answer = append;
+    Tdelta* combined = recorder->combine(pending, delta, append, answer);
+    if (combined != pending) {
+        releasePendingDelta();
+        setPendingDelta(combined);
+    }
+    return answer;
+}
+
+void TparamCurve::record(Tdelta* delta)
+{
+    if (isMod()) {
+        addDelta(delta, false);
+    } else {
+        delete delta;
+    }
+}
+
+void TparamCurve::generateCurveDeltas()
+{
+    if (TcurveEditRecorder* recorder = TcurveEditKit::recorder(*this)) {
+        record(recorder->curveSnapshot(*this));
+    }
+}
+
+void TparamCurve::closeTangentJournal()
+{
+    TtangentJournal* journal = fTangentJournal;
+    fTangentJournal = nullptr;
+    if (journal == nullptr) {
+        return;
+    }
+    TcurveEditRecorder* recorder = TcurveEditRecorder::installed();
+    if (!journal->empty() && recorder != nullptr) {
+        addDelta(recorder->tangentsRederived(*this, *journal), false);
+    }
+    delete journal;
+}
+
+TparamCurve::TreplayScope::TreplayScope()
+{
+    ++sReplayDepth;
+}
+
+TparamCurve::TreplayScope::~TreplayScope()
+{
+    --sReplayDepth;
+}
+
+bool TparamCurve::isReplaying()
+{
+    return sReplayDepth > 0;
+}

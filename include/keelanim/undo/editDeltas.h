@@ -1,0 +1,178 @@
+#pragma once
+
+#include "keelanim/base/animTime.h"
+#include "keelanim/base/array.h"
+#include "keelanim/base/export.h"
+#include "keelanim/curve/paramCurveEnums.h"
+#include "keelanim/editing/keyframeHandle.h"
+#include "keelanim/keys/keyframe.h"
+#include "keelanim/undo/curveDelta.h"
+
+// Undo records of the editing layer's changes: keys moved and dragged,
+// tangents dragged, regions scaled, rotation interpolation changed.
+
+KEEL_DECLARE_METACLASS(TPCDdragKey);
+KEEL_DECLARE_METACLASS(TPCDdragTan);
+KEEL_DECLARE_METACLASS(TPCDdragSegment);
+KEEL_DECLARE_METACLASS(TPCDscaleKey);
+KEEL_DECLARE_METACLASS(TPCDrotationInterpolation);
+
+// One key moved: from the previous to the current time, value and weight.
+// Values are held in the curve's normalised space.
+class KEEL_API TPCDdragKey : public TparamCurveDelta {
+    KEEL_TYPED(TPCDdragKey)
+
+public:
+    TPCDdragKey(TkeyframeHandle* key, unsigned previousIndex, TtimeValue previousTime, double previousValue,
+                double previousW, TtimeValue currentTime, double currentValue, double currentW,
+                TparamCurveEnums::TmoveOption option, TparamCurve* curve);
+    explicit TPCDdragKey(TparamCurve* curve);
+    TPCDdragKey(TPCDdragKey const& other);
+    ~TPCDdragKey() override;
+
+    // Moving keys is not part of the engine yet: these replay nothing.
+    bool undo() override;
+    bool redo() override;
+    ZFn::Type apiType() const override { return ZFn::kKeyframeDeltaMove; }
+
+    TtimeValue previousTime() const { return fPreviousTime; }
+    TtimeValue currentTime() const { return fCurrentTime; }
+    double previousValue() const { return fPreviousValue; }
+    double currentValue() const { return fCurrentValue; }
+    double previousW() const { return fPreviousW; }
+    double currentW() const { return fCurrentW; }
+    unsigned previousIndex() const { return fPreviousIndex; }
+    unsigned currentIndex() const { return fCurrentIndex; }
+    TparamCurveEnums::TmoveOption moveOption() const { return fOption; }
+    TkeyframeHandle* keyHandle() const { return fHandle; }
+    void setPrevious(TtimeValue const& time, double value, double w);
+    void setCurrent(TtimeValue const& time, double value, double w);
+
+private:
+    TtimeValue fPreviousTime;
+    TtimeValue fCurrentTime;
+    double fPreviousValue = 0.0;
+    double fCurrentValue = 0.0;
+    double fPreviousW = 0.0;
+    double fCurrentW = 0.0;
+    unsigned fPreviousIndex = 0;
+    unsigned fCurrentIndex = 0;
+    TparamCurveEnums::TmoveOption fOption = TparamCurveEnums::kMoveBetweenNeighbours;
+    TkeyframeHandle* fHandle = nullptr;  // owned
+};
+
+// One tangent of one key dragged or retyped.
+class KEEL_API TPCDdragTan : public TparamCurveDelta {
+    KEEL_TYPED(TPCDdragTan)
+
+public:
+    TPCDdragTan(TparamCurve* curve, unsigned index);
+    TPCDdragTan(float previousX, float previousY, unsigned char flag, float currentX, float currentY, TtangentType type,
+                bool inTangent, TparamCurve* curve, unsigned index);
+    TPCDdragTan(TtangentType previous, TtangentType current, bool inTangent, TparamCurve* curve, unsigned index);
+    TPCDdragTan(TPCDdragTan const& other) = default;
+
+    // Retypes the tangent back / forward; restoring a dragged position needs
+    // tangent dragging, which is not part of the engine yet.
+    bool undo() override;
+    bool redo() override;
+    ZFn::Type apiType() const override { return ZFn::kKeyframeDeltaTangent; }
+
+    void setIndex(unsigned index) { fIndex = index; }
+    void setInTangent(bool in) { fInTangent = in; }
+    bool isInTangent() const { return fInTangent; }
+    void setCurve(TparamCurve* curve) { fParamCurve = curve; }
+    void setPreviousPosition(float x, float y);
+    void setCurrentPosition(float x, float y);
+    void getPreviousPosition(float& x, float& y) const;
+    void getCurrentPosition(float& x, float& y) const;
+    void setPreviousType(TtangentType type) { fPreviousType = type; }
+    void setCurrentType(TtangentType type) { fCurrentType = type; }
+    TtangentType previousType() const { return fPreviousType; }
+    TtangentType currentType() const { return fCurrentType; }
+
+private:
+    bool restore(TtangentType type, TtangentType otherType);
+
+    bool fInTangent = false;
+    unsigned fIndex = 0;
+    TtangentType fPreviousType = kTangentFixed;
+    TtangentType fCurrentType = kTangentFixed;
+    float fPreviousX = 0.0f, fPreviousY = 0.0f, fCurrentX = 0.0f, fCurrentY = 0.0f;
+    unsigned char fFlag = 0;
+};
+
+// Several keys moved together by one time and value change.
+class KEEL_API TPCDdragSegment : public TparamCurveDelta {
+    KEEL_TYPED(TPCDdragSegment)
+
+public:
+    TPCDdragSegment(TkeyframeHandlePtrArray& handles, TuInt32Array& indices, TtimeValue timeChange, double valueChange,
+                    TparamCurveEnums::TmoveOption option, TparamCurve* curve);
+    ~TPCDdragSegment() override;
+
+    // Moving keys is not part of the engine yet: these replay nothing.
+    bool undo() override;
+    bool redo() override;
+
+    TkeyframeHandlePtrArray const& keyHandles() const { return fHandles; }
+    void timeChange(TtimeValue& change) const { change = fTimeChange; }
+    void valueChange(double& change) const { change = fValueChange; }
+    TparamCurveEnums::TmoveOption moveOption() const { return fOption; }
+    TuInt32Array const& prevIndices() const { return fPreviousIndices; }
+    TuInt32Array const& currentIndices() const { return fCurrentIndices; }
+    void retrieveIndicesFromCurve();
+    void retrieveIndicesFromCache();
+
+private:
+    TkeyframeHandlePtrArray fHandles;  // owned handles
+    TuInt32Array fPreviousIndices;
+    TuInt32Array fCurrentIndices;
+    TtimeValue fTimeChange;
+    double fValueChange;
+    TparamCurveEnums::TmoveOption fOption;
+};
+
+// A region scaled in time.
+class KEEL_API TPCDscaleKey : public TparamCurveDelta {
+    KEEL_TYPED(TPCDscaleKey)
+
+public:
+    TPCDscaleKey(TparamCurve* curve, TtimeValue const& start, TtimeValue const& end, TtimeValue const& currentStart,
+                 TtimeValue const& currentEnd, TtimeValue const& pivot);
+    TPCDscaleKey(TPCDscaleKey const& other) = default;
+
+    // Scaling regions is not part of the engine yet: these replay nothing.
+    bool undo() override;
+    bool redo() override;
+    ZFn::Type apiType() const override { return ZFn::kKeyframeDeltaScale; }
+
+    TtimeValue startTime() const { return fStart; }
+    TtimeValue endTime() const { return fEnd; }
+    TtimeValue currentStartTime() const { return fCurrentStart; }
+    TtimeValue currentEndTime() const { return fCurrentEnd; }
+    TtimeValue pivotTime() const { return fPivot; }
+
+private:
+    TtimeValue fStart, fEnd, fCurrentStart, fCurrentEnd, fPivot;
+};
+
+// The rotation interpolation of a curve changed.
+class KEEL_API TPCDrotationInterpolation : public TparamCurveDelta {
+    KEEL_TYPED(TPCDrotationInterpolation)
+
+public:
+    TPCDrotationInterpolation(TparamCurve* curve, int previous, int current);
+
+    // Rotation interpolation is not part of the engine yet: these replay
+    // nothing.
+    bool undo() override;
+    bool redo() override;
+
+    int previousInterpolation() const { return fPrevious; }
+    int currentInterpolation() const { return fCurrent; }
+
+private:
+    int fPrevious;
+    int fCurrent;
+};

@@ -1,0 +1,105 @@
+// The undo subsystem's answer to what curve edits report: it makes their
+// records and gathers them into a modification's pending step. Installed
+// when the library loads.
+
+#include "curve/detail/editRecorder.h"
+#include "keelanim/curve/paramCurve.h"
+#include "keelanim/undo/deltaCollection.h"
+#include "undo/keyTangentsDelta.h"
+
+namespace {
+
+// Ownership of a record offered to a pending step has passed whatever
+// happened to it: a curve composite gave its records away and goes; a
+// record that was absorbed rather than stored goes too.
+void disposeIfNotHeld(TparamCurveDeltaComp& holder, Tdelta* delta)
+{
+    if (auto* composite = keelCast<TparamCurveDeltaComp>(delta)) {
+        composite->reset();
+        delete composite;
+        return;
+    }
+    for (unsigned i = holder.length(); i-- > 0;) {
+        if (holder.delta(i) == delta) {
+            return;
+        }
+    }
+    delete delta;
+}
+
+// Appends (`append`) or merges a record into a step, then disposes of it
+// unless the step keeps it.
+void offer(TparamCurveDeltaComp& step, Tdelta* delta, bool append)
+{
+    append ? step.addLast(delta) : static_cast<void>(step.merge(delta));
+    disposeIfNotHeld(step, delta);
+}
+
+class TcurveDeltaRecorder final : public TcurveEditRecorder {
+public:
+    Tdelta* keyAdded(TparamCurve& curve, Tkeyframe* key) override
+    {
+        return new TPCDaddRemoveKey(&curve, key, TPCDaddRemoveKey::kAdded);
+    }
+    Tdelta* keyRemoved(TparamCurve& curve, Tkeyframe* key) override
+    {
+        return new TPCDaddRemoveKey(&curve, key, TPCDaddRemoveKey::kRemoved);
+    }
+    Tdelta* keyReplaced(TparamCurve& curve, Tkeyframe* onCurve, Tkeyframe const& former) override
+    {
+        return new TPCDaddRemoveKey(&curve, onCurve, former);
+    }
+    Tdelta* keyInserted(TparamCurve& curve, Tkeyframe* key, Tkeyframe const* previousAsWas,
+                        Tkeyframe const* nextAsWas) override
+    {
+        return new TPCDinsertKey(&curve, key, previousAsWas, nextAsWas);
+    }
+    Tdelta* blockAdded(TparamCurve& curve, Tkeyframe* const* keys, unsigned count, TtangentType in,
+                       TtangentType out) override
+    {
+        return new TPCDblockAddRemoveKey(&curve, keys, count, in, out);
+    }
+    Tdelta* breakdownChanged(TparamCurve& curve, unsigned index, bool wasBreakdown) override
+    {
+        return new TPCDbreakdown(&curve, index, wasBreakdown);
+    }
+    Tdelta* infinityChanged(TparamCurve& curve, bool pre, TparamCurveEnums::TinfinityType previous,
+                            TparamCurveEnums::TinfinityType current) override
+    {
+        return new TPCDinfinityType(&curve, pre, previous, current);
+    }
+    Tdelta* weightingChanged(TparamCurve& curve, bool wasWeighted) override
+    {
+        return new TPCDweightedTangents(&curve, wasWeighted);
+    }
+    Tdelta* curveSnapshot(TparamCurve& curve) override { return new TPCDcurveDelta(&curve); }
+    Tdelta* tangentsRederived(TparamCurve& curve, TtangentJournal const& journal) override
+    {
+        return new TPCDkeyTangents(&curve, journal);
+    }
+
+    // A second record turns the pending one into a curve composite; later
+    // ones go into that composite.
+    Tdelta* combine(Tdelta* pending, Tdelta* offered, bool append, bool& answer) override
+    {
+        if (auto* composite = keelCast<TparamCurveDeltaComp>(pending)) {
+            offer(*composite, offered, append);
+            answer = append;
+            return composite;
+        }
+        auto* composite = new TparamCurveDeltaComp();
+        offer(*composite, pending, append);
+        offer(*composite, offered, append);
+        answer = true;
+        return composite;
+    }
+};
+
+TcurveDeltaRecorder sRecorder;
+
+[[maybe_unused]] bool const sInstalled = [] {
+    TcurveEditRecorder::install(&sRecorder);
+    return true;
+}();
+
+}  // namespace

@@ -1,0 +1,224 @@
+#include "keelanim/undo/editDeltas.h"
+
+#include "keelanim/curve/paramCurve.h"
+#include "keelanim/keys/pickParts.h"
+
+#include <cmath>
+
+KEEL_DEFINE_METACLASS(TPCDdragKey, &TparamCurveDeltaTmeta);
+KEEL_DEFINE_METACLASS(TPCDdragTan, &TparamCurveDeltaTmeta);
+KEEL_DEFINE_METACLASS(TPCDdragSegment, &TparamCurveDeltaTmeta);
+KEEL_DEFINE_METACLASS(TPCDscaleKey, &TparamCurveDeltaTmeta);
+KEEL_DEFINE_METACLASS(TPCDrotationInterpolation, &TparamCurveDeltaTmeta);
+
+namespace {
+
+constexpr double kNormTolerance = 1e-10;
+
+}  // namespace
+
+// --- TPCDdragKey -------------------------------------------------------------------------------------------------
+
+TPCDdragKey::TPCDdragKey(TkeyframeHandle* key, unsigned previousIndex, TtimeValue previousTime, double previousValue,
+                         double previousW, TtimeValue currentTime, double currentValue, double currentW,
+                         TparamCurveEnums::TmoveOption option, TparamCurve* curve)
+    : TparamCurveDelta(curve, key != nullptr ? key->keyframe() : nullptr), fPreviousTime(previousTime),
+      fCurrentTime(currentTime), fPreviousValue(previousValue), fCurrentValue(currentValue), fPreviousW(previousW),
+      fCurrentW(currentW), fPreviousIndex(previousIndex), fOption(option),
+      fHandle(key != nullptr ? new TkeyframeHandle(*key, true) : nullptr)
+{
+    if (curve == nullptr) {
+        return;
+    }
+    if (fKeyframe != nullptr) {
+        curve->find(curve->timeValue(fKeyframe), fCurrentIndex);
+    }
+    // Values are held in the curve's normalised space.
+    double const scale = curve->normScaleValue();
+    if (std::fabs(scale) > kNormTolerance) {
+        fPreviousValue *= scale;
+        fCurrentValue *= scale;
+    }
+}
+
+TPCDdragKey::TPCDdragKey(TparamCurve* curve) : TparamCurveDelta(curve) {}
+
+TPCDdragKey::TPCDdragKey(TPCDdragKey const& other)
+    : TparamCurveDelta(other), fPreviousTime(other.fPreviousTime), fCurrentTime(other.fCurrentTime),
+      fPreviousValue(other.fPreviousValue), fCurrentValue(other.fCurrentValue), fPreviousW(other.fPreviousW),
+      fCurrentW(other.fCurrentW), fPreviousIndex(other.fPreviousIndex), fCurrentIndex(other.fCurrentIndex),
+      fOption(other.fOption), fHandle(other.fHandle != nullptr ? new TkeyframeHandle(*other.fHandle, false) : nullptr)
+{
+}
+
+TPCDdragKey::~TPCDdragKey()
+{
+    delete fHandle;
+}
+
+bool TPCDdragKey::undo()
+{
+    return false;
+}
+
+bool TPCDdragKey::redo()
+{
+    return false;
+}
+
+void TPCDdragKey::setPrevious(TtimeValue const& time, double value, double w)
+{
+    fPreviousTime = time;
+    fPreviousValue = value;
+    fPreviousW = w;
+}
+
+void TPCDdragKey::setCurrent(TtimeValue const& time, double value, double w)
+{
+    fCurrentTime = time;
+    fCurrentValue = value;
+    fCurrentW = w;
+}
+
+// --- TPCDdragTan ----------------------------------------------------------------------------------------------------
+
+TPCDdragTan::TPCDdragTan(TparamCurve* curve, unsigned index) : TparamCurveDelta(curve), fIndex(index) {}
+
+TPCDdragTan::TPCDdragTan(float previousX, float previousY, unsigned char flag, float currentX, float currentY,
+                         TtangentType type, bool inTangent, TparamCurve* curve, unsigned index)
+    : TparamCurveDelta(curve), fInTangent(inTangent), fIndex(index), fPreviousType(type), fCurrentType(type),
+      fPreviousX(previousX), fPreviousY(previousY), fCurrentX(currentX), fCurrentY(currentY), fFlag(flag)
+{
+}
+
+TPCDdragTan::TPCDdragTan(TtangentType previous, TtangentType current, bool inTangent, TparamCurve* curve,
+                         unsigned index)
+    : TparamCurveDelta(curve), fInTangent(inTangent), fIndex(index), fPreviousType(previous), fCurrentType(current),
+      fPreviousX(0.0f), fPreviousY(1.0f), fCurrentX(0.0f), fCurrentY(1.0f)
+{
+}
+
+void TPCDdragTan::setPreviousPosition(float x, float y)
+{
+    fPreviousX = x;
+    fPreviousY = y;
+}
+
+void TPCDdragTan::setCurrentPosition(float x, float y)
+{
+    fCurrentX = x;
+    fCurrentY = y;
+}
+
+void TPCDdragTan::getPreviousPosition(float& x, float& y) const
+{
+    x = fPreviousX;
+    y = fPreviousY;
+}
+
+void TPCDdragTan::getCurrentPosition(float& x, float& y) const
+{
+    x = fCurrentX;
+    y = fCurrentY;
+}
+
+bool TPCDdragTan::restore(TtangentType type, TtangentType otherType)
+{
+    if (fParamCurve == nullptr || fIndex >= fParamCurve->keyframeCount()) {
+        return false;
+    }
+    // Positions come back through tangent dragging, which the engine does
+    // not have yet: only the type is restored.
+    if (type == otherType) {
+        return false;
+    }
+    return fParamCurve->setTangentTypeHelper(fIndex, type, fInTangent ? kPickInTangentBit : kPickOutTangentBit);
+}
+
+bool TPCDdragTan::undo()
+{
+    return restore(fPreviousType, fCurrentType);
+}
+
+bool TPCDdragTan::redo()
+{
+    return restore(fCurrentType, fPreviousType);
+}
+
+// --- TPCDdragSegment ------------------------------------------------------------------------------------------------
+
+TPCDdragSegment::TPCDdragSegment(TkeyframeHandlePtrArray& handles, TuInt32Array& indices, TtimeValue timeChange,
+                                 double valueChange, TparamCurveEnums::TmoveOption option, TparamCurve* curve)
+    : TparamCurveDelta(curve), fPreviousIndices(indices), fTimeChange(timeChange), fValueChange(valueChange),
+      fOption(option)
+{
+    for (TkeyframeHandle* handle : handles) {
+        fHandles.addLast(handle != nullptr ? new TkeyframeHandle(*handle, true) : nullptr);
+    }
+    retrieveIndicesFromCurve();
+}
+
+TPCDdragSegment::~TPCDdragSegment()
+{
+    for (TkeyframeHandle* handle : fHandles) {
+        delete handle;
+    }
+}
+
+void TPCDdragSegment::retrieveIndicesFromCurve()
+{
+    fCurrentIndices.changeLogicalSizeTo(0);
+    for (TkeyframeHandle const* handle : fHandles) {
+        int const index = handle != nullptr ? handle->index() : -1;
+        fCurrentIndices.addLast(index < 0 ? 0u : static_cast<unsigned>(index));
+    }
+}
+
+void TPCDdragSegment::retrieveIndicesFromCache()
+{
+    fCurrentIndices.copy(fPreviousIndices);
+}
+
+bool TPCDdragSegment::undo()
+{
+    return false;
+}
+
+bool TPCDdragSegment::redo()
+{
+    return false;
+}
+
+// --- TPCDscaleKey, TPCDrotationInterpolation -------------------------------------------------------------------------
+
+TPCDscaleKey::TPCDscaleKey(TparamCurve* curve, TtimeValue const& start, TtimeValue const& end,
+                           TtimeValue const& currentStart, TtimeValue const& currentEnd, TtimeValue const& pivot)
+    : TparamCurveDelta(curve), fStart(start), fEnd(end), fCurrentStart(currentStart), fCurrentEnd(currentEnd),
+      fPivot(pivot)
+{
+}
+
+bool TPCDscaleKey::undo()
+{
+    return false;
+}
+
+bool TPCDscaleKey::redo()
+{
+    return false;
+}
+
+TPCDrotationInterpolation::TPCDrotationInterpolation(TparamCurve* curve, int previous, int current)
+    : TparamCurveDelta(curve), fPrevious(previous), fCurrent(current)
+{
+}
+
+bool TPCDrotationInterpolation::undo()
+{
+    return false;
+}
+
+bool TPCDrotationInterpolation::redo()
+{
+    return false;
+}

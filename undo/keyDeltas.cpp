@@ -1,0 +1,325 @@
+#include "keelanim/undo/keyDeltas.h"
+
+#include "keelanim/curve/paramCurve.h"
+
+#include <utility>
+
+KEEL_DEFINE_METACLASS(TparamCurveDelta, &TdeltaTmeta);
+KEEL_DEFINE_METACLASS(TPCDaddRemoveKey, &TparamCurveDeltaTmeta);
+KEEL_DEFINE_METACLASS(TPCDinsertKey, &TPCDaddRemoveKeyTmeta);
+KEEL_DEFINE_METACLASS(TPCDblockAddRemoveKey, &TparamCurveDeltaTmeta);
+
+// --- TparamCurveDelta ----------------------------------------------------------------------
+
+TparamCurveDelta::TparamCurveDelta(TparamCurve* curve, Tkeyframe* key)
+    : Tdelta(curve), fParamCurve(curve), fKeyframe(key)
+{
+}
+
+TparamCurveDelta::TparamCurveDelta(TparamCurveDelta const& other)
+    : Tdelta(other.fParamCurve), ZPtrBase(other), fParamCurve(other.fParamCurve), fKeyframe(other.fKeyframe),
+      fIsUndone(other.fIsUndone)
+{
+}
+
+// --- TPCDaddRemoveKey -------------------------------------------------------------------------
+
+TPCDaddRemoveKey::TPCDaddRemoveKey(TparamCurve* curve, Tkeyframe* key, TdeltaType type)
+    : TparamCurveDelta(curve, key), fDeltaType(type), fKey(key), fHoldsKey(type == kRemoved)
+{
+    recordIndex();
+}
+
+TPCDaddRemoveKey::TPCDaddRemoveKey(TparamCurve* curve, Tkeyframe* onCurve, Tkeyframe const& former)
+    : TparamCurveDelta(curve, onCurve), fDeltaType(kReplaced), fKey(new Tkeyframe(former)), fHoldsKey(true)
+{
+    recordIndex();
+}
+
+TPCDaddRemoveKey::TPCDaddRemoveKey(TPCDaddRemoveKey const& other, bool ownCopy)
+    : TparamCurveDelta(other), fDeltaType(other.fDeltaType), fKey(other.fKey), fReversed(other.fReversed),
+      fRecordedIndex(other.fRecordedIndex), fOwnsCopy(ownCopy)
+{
+    if (ownCopy && other.fKey != nullptr) {
+        fKey = new Tkeyframe(*other.fKey);
+    }
+}
+
+TPCDaddRemoveKey::~TPCDaddRemoveKey()
+{
+    if (fOwnsCopy || fHoldsKey) {
+        delete fKey;
+    }
+}
+
+void TPCDaddRemoveKey::recordIndex()
+{
+    if (fDeltaType == kRemoved && fParamCurve != nullptr && fParamCurve->hasRecordedKeyIndices()) {
+        fRecordedIndex = fParamCurve->recordedKeyIndex(fKey);
+    }
+}
+
+TPCDaddRemoveKey::TdeltaType TPCDaddRemoveKey::deltaType() const
+{
+    if (!fIsUndone) {
+        return fDeltaType;
+    }
+    switch (fDeltaType) {
+    case kAdded: return kRemoved;
+    case kRemoved: return kAdded;
+    default: return fDeltaType;
+    }
+}
+
+void TPCDaddRemoveKey::preUndo()
+{
+    unsigned index = 0;
+    if (fDeltaType == kAdded && fParamCurve != nullptr && fKey != nullptr) {
+        fParamCurve->find(fParamCurve->timeValue(fKey), index);
+        fRecordedIndex = index;
+    }
+}
+
+TtimeValue TPCDaddRemoveKey::time() const
+{
+    Tkeyframe const* key = fDeltaType == kReplaced ? fKeyframe : fKey;
+    return key != nullptr ? key->timeValue() : TtimeValue();
+}
+
+double TPCDaddRemoveKey::value() const
+{
+    Tkeyframe const* key = fDeltaType == kReplaced ? fKeyframe : fKey;
+    return key != nullptr ? key->value() : 0.0;
+}
+
+double TPCDaddRemoveKey::replacedValue() const
+{
+    return fDeltaType == kReplaced && fKey != nullptr ? fKey->value() : 0.0;
+}
+
+bool TPCDaddRemoveKey::takeFromCurve()
+{
+    unsigned const index = fParamCurve->indexOfKey(fKey);
+    if (fHoldsKey || index == kArrayFailure) {
+        return false;
+    }
+    Tkeyframe* taken = fParamCurve->detachKey(index);
+    fHoldsKey = taken == fKey;
+    return fHoldsKey;
+}
+
+bool TPCDaddRemoveKey::giveToCurve()
+{
+    if (!fHoldsKey || !fParamCurve->addRemovedKey(fKey)) {
+        return false;
+    }
+    fHoldsKey = false;
+    return true;
+}
+
+bool TPCDaddRemoveKey::swapWithCurve()
+{
+    if (fKeyframe == nullptr || fKey == nullptr) {
+        return false;
+    }
+    Tkeyframe const current(*fKeyframe);
+    if (!fParamCurve->replaceKey(fKeyframe, *fKey)) {
+        return false;
+    }
+    *fKey = current;
+    return true;
+}
+
+bool TPCDaddRemoveKey::undo()
+{
+    return replay(true);
+}
+
+bool TPCDaddRemoveKey::redo()
+{
+    return replay(false);
+}
+
+// Undoing an addition and redoing a removal both take the key back out.
+bool TPCDaddRemoveKey::replay(bool undoing)
+{
+    if (fParamCurve == nullptr || fOwnsCopy) {
+        return false;
+    }
+    bool done = false;
+    if (fDeltaType == kReplaced) {
+        done = swapWithCurve();
+    } else {
+        done = (fDeltaType == kAdded) == undoing ? takeFromCurve() : giveToCurve();
+    }
+    fReversed = undoing ? 1 : 0;
+    return done;
+}
+
+// --- TPCDinsertKey ---------------------------------------------------------------------------------
+
+TPCDinsertKey::TPCDinsertKey(TparamCurve* curve, Tkeyframe* key, Tkeyframe const* previous, Tkeyframe const* next)
+    : TPCDaddRemoveKey(curve, key, kAdded), fPrevious(previous != nullptr ? new Tkeyframe(*previous) : nullptr),
+      fNext(next != nullptr ? new Tkeyframe(*next) : nullptr)
+{
+}
+
+TPCDinsertKey::TPCDinsertKey(TPCDinsertKey const& other, bool ownCopy)
+    : TPCDaddRemoveKey(other, ownCopy),
+      fPrevious(other.fPrevious != nullptr ? new Tkeyframe(*other.fPrevious) : nullptr),
+      fNext(other.fNext != nullptr ? new Tkeyframe(*other.fNext) : nullptr)
+{
+}
+
+TPCDinsertKey::~TPCDinsertKey()
+{
+    delete fPrevious;
+    delete fNext;
+}
+
+// Swaps the neighbours of the key slot at `keyIndex` (the slot the inserted
+// key has or had) with the snapshots. replaceKey keeps the restored tangents
+// and re-derives whatever depends on them.
+void TPCDinsertKey::exchangeNeighbours(unsigned keyIndex)
+{
+    bool const present = fParamCurve->keyframe(keyIndex) == fKey;
+    Tkeyframe* before = keyIndex > 0 ? fParamCurve->keyframe(keyIndex - 1) : nullptr;
+    Tkeyframe* after = fParamCurve->keyframe(present ? keyIndex + 1 : keyIndex);
+    for (auto [onCurve, snapshot] : {std::pair{before, fPrevious}, std::pair{after, fNext}}) {
+        if (onCurve == nullptr || snapshot == nullptr) {
+            continue;
+        }
+        Tkeyframe const current(*onCurve);
+        if (fParamCurve->replaceKey(onCurve, *snapshot)) {
+            *snapshot = current;
+        }
+    }
+}
+
+bool TPCDinsertKey::undo()
+{
+    if (fParamCurve == nullptr || fOwnsCopy) {
+        return false;
+    }
+    unsigned const index = fParamCurve->indexOfKey(fKey);
+    bool const done = TPCDaddRemoveKey::undo();
+    if (done) {
+        exchangeNeighbours(index);
+    }
+    return done;
+}
+
+// The mirror of undo: the neighbours take their inserted-state contents
+// first, so that the snapshots keep exactly what undo restored, and only then
+// does the key come back.
+bool TPCDinsertKey::redo()
+{
+    if (fParamCurve == nullptr || fOwnsCopy || !fHoldsKey) {
+        return false;
+    }
+    unsigned index = 0;
+    fParamCurve->findStoredTime(fKey->timeValue(), index);
+    exchangeNeighbours(index);
+    return TPCDaddRemoveKey::redo();
+}
+
+// --- TPCDblockAddRemoveKey ----------------------------------------------------------------------------
+
+TPCDblockAddRemoveKey::TPCDblockAddRemoveKey(TparamCurve* curve, TanimTimeArray const* times,
+                                             TdoubleArray const* values, TtimeValue start, TtimeValue end,
+                                             TtangentType in, TtangentType out, bool flag, TblockDeltaType type)
+    : TparamCurveDelta(curve), fStart(start), fEnd(end), fIn(in), fOut(out), fFlag(flag), fType(type)
+{
+    if (times != nullptr) {
+        fTimes.copy(*times);
+    }
+    if (values != nullptr) {
+        fValues.copy(*values);
+    }
+}
+
+TPCDblockAddRemoveKey::TPCDblockAddRemoveKey(TparamCurve* curve, Tkeyframe* const* keys, unsigned count,
+                                             TtangentType in, TtangentType out)
+    : TparamCurveDelta(curve), fIn(in), fOut(out), fFlag(false), fType(kBlockAdded)
+{
+    for (unsigned i = 0; keys != nullptr && i < count; ++i) {
+        fKeys.addLast(keys[i]);
+        fTimes.addLast(keys[i]->isTickTime() ? keys[i]->animTime() : TanimTime(keys[i]->floatTime(), kSeconds));
+        fValues.addLast(keys[i]->value());
+    }
+    if (count > 0 && curve != nullptr) {
+        fStart = curve->timeValue(keys[0]);
+        fEnd = curve->timeValue(keys[count - 1]);
+    }
+}
+
+TPCDblockAddRemoveKey::TPCDblockAddRemoveKey(TPCDblockAddRemoveKey const& other)
+    : TparamCurveDelta(other), fTimes(other.fTimes), fValues(other.fValues), fStart(other.fStart), fEnd(other.fEnd),
+      fIn(other.fIn), fOut(other.fOut), fFlag(other.fFlag), fType(other.fType)
+{
+}
+
+TPCDblockAddRemoveKey::~TPCDblockAddRemoveKey()
+{
+    if (fHoldsKeys) {
+        for (Tkeyframe* key : fKeys) {
+            delete key;
+        }
+    }
+}
+
+bool TPCDblockAddRemoveKey::addBlock()
+{
+    if (fKeys.empty()) {
+        return fParamCurve->blockAdd(fTimes, fValues, fIn, fOut);
+    }
+    if (!fHoldsKeys) {
+        return false;
+    }
+    bool added = false;
+    for (Tkeyframe* key : fKeys) {
+        added = fParamCurve->addRemovedKey(key) || added;
+    }
+    fHoldsKeys = false;
+    return added;
+}
+
+bool TPCDblockAddRemoveKey::removeBlock()
+{
+    if (!fKeys.empty()) {
+        if (fHoldsKeys) {
+            return false;
+        }
+        for (Tkeyframe* key : fKeys) {
+            fParamCurve->detachKey(fParamCurve->indexOfKey(key));
+        }
+        fHoldsKeys = true;
+        return true;
+    }
+    bool removed = false;
+    for (TanimTime const& ticks : fTimes) {
+        TtimeValue const time =
+            fParamCurve->isAnimTimeCurve() ? TtimeValue(ticks) : TtimeValue(static_cast<float>(ticks.seconds()));
+        unsigned index = 0;
+        if (fParamCurve->findStoredTime(time, index)) {
+            removed = fParamCurve->remove(index) || removed;
+        }
+    }
+    return removed;
+}
+
+bool TPCDblockAddRemoveKey::undo()
+{
+    if (fParamCurve == nullptr) {
+        return false;
+    }
+    return fType == kBlockAdded ? removeBlock() : addBlock();
+}
+
+bool TPCDblockAddRemoveKey::redo()
+{
+    if (fParamCurve == nullptr) {
+        return false;
+    }
+    return fType == kBlockAdded ? addBlock() : removeBlock();
+}
