@@ -22,7 +22,7 @@ bool TparamCurve::fsOverrideTangentsForBlockingMode = false;
 
 TparamCurve::TparamCurve(bool floatTime)
 {
-    new (fEvaluatorSpace) TcurveEvaluator(*this);
+    new (fEvaluatorSpace) TcurveEvaluator();
     // New curves are weighted unless the key-tangent preference says otherwise.
     fCurveFlags.set(kWeightedBit);
     if (TprefKeyframe const* preference = keyTangentPreference()) {
@@ -38,7 +38,7 @@ TparamCurve::TparamCurve(bool floatTime)
 
 TparamCurve::TparamCurve(TparamCurve const& other) : TdeltaUser(), TclientServer(other)
 {
-    new (fEvaluatorSpace) TcurveEvaluator(*this);
+    new (fEvaluatorSpace) TcurveEvaluator();
     if (other.isFloatCurve()) {
         fFloatKeys = new TfloatKeyframePtrArray(false, kKeyArraySizeHint);
     } else {

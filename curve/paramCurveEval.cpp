@@ -25,55 +25,24 @@ bool isStepped(TtangentType type)
 
 }  // namespace
 
-// --- Evaluation ------------------------------------------------------------------------------
-
-double TparamCurve::evaluate(TtimeValue const& time)
-{
-    TcurveEvaluator& curveEvaluator = evaluator();
-    return curveEvaluator.evaluate(curveEvaluator.evalTime(time));
-}
-
-double TparamCurve::evaluate(float seconds)
-{
-    return evaluator().evaluate(TcurveEvaluator::TevalTime{seconds, 0, false});
-}
-
-bool TparamCurve::evaluate(unsigned index, double* value, double* outSlope)
-{
-    Tkeyframe const* key = keyframe(index);
-    if (key == nullptr) {
-        return false;
-    }
-    if (value != nullptr) {
-        *value = evaluator().evaluate(TcurveEvaluator::TevalTime{doubleSeconds(key), 0, false});
-    }
-    if (outSlope != nullptr) {
-        float x = 0.0f;
-        float y = 0.0f;
-        key->getTanOut(x, y);
-        *outSlope = x == 0.0f ? 0.0 : double(y) / double(x);
-    }
-    return true;
-}
-
 double TparamCurve::evaluateInfinities(TtimeValue const& time, bool pre)
 {
-    return arrayCount() == 0 ? 0.0 : evaluator().evaluateInfinities(time.seconds(), pre);
+    return arrayCount() == 0 ? 0.0 : evaluator().evaluateInfinities(*this, time.seconds(), pre);
 }
 
 double TparamCurve::evaluateInfinities(float seconds, bool pre)
 {
-    return arrayCount() == 0 ? 0.0 : evaluator().evaluateInfinities(seconds, pre);
+    return arrayCount() == 0 ? 0.0 : evaluator().evaluateInfinities(*this, seconds, pre);
 }
 
 bool TparamCurve::evaluatedAtKey(unsigned index, float seconds, double& value)
 {
-    return evaluator().evaluatedAtKey(index, seconds, value);
+    return evaluator().evaluatedAtKey(*this, index, seconds, value);
 }
 
 void TparamCurve::invalidateCache(int index)
 {
-    evaluator().invalidate(index);
+    evaluator().invalidate(*this, index);
 }
 
 double TparamCurve::tangentAngle(unsigned index, bool in, double xScale, double yScale) const
@@ -98,7 +67,7 @@ double TparamCurve::tangentAngle(unsigned index, bool in, double xScale, double 
 
 T2dAnimCurve* TparamCurve::updateInterpolator(Tkeyframe const* key)
 {
-    return evaluator().updateInterpolator(key);
+    return evaluator().updateInterpolator(*this, key);
 }
 
 T2dAnimCurve* TparamCurve::updateInterpolator(TtimeValue const& time)
@@ -115,7 +84,7 @@ T2dAnimCurve* TparamCurve::updateInterpolator(TtimeValue const& time)
 
 void TparamCurve::setInterpolationInterval(unsigned index)
 {
-    evaluator().setInterpolationInterval(index);
+    evaluator().setInterpolationInterval(*this, index);
 }
 
 T2dAnimCurve* TparamCurve::interpolator() const

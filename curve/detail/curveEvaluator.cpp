@@ -15,15 +15,15 @@ TcurveEvaluator::~TcurveEvaluator()
     delete fInterpolator;
 }
 
-void TcurveEvaluator::invalidate(int index)
+void TcurveEvaluator::invalidate(TparamCurve& curve, int index)
 {
     unsigned const from = index < 0 ? 0u : static_cast<unsigned>(index);
     fFloatTimes.invalidateFrom(from);
     fTickTimes.invalidateFrom(from);
-    if (fCurve.fFloatKeys != nullptr) {
-        fFloatTimes.reserve(fCurve.fFloatKeys->count());
-    } else if (fCurve.fTickKeys != nullptr) {
-        fTickTimes.reserve(fCurve.fTickKeys->count());
+    if (curve.fFloatKeys != nullptr) {
+        fFloatTimes.reserve(curve.fFloatKeys->count());
+    } else if (curve.fTickKeys != nullptr) {
+        fTickTimes.reserve(curve.fTickKeys->count());
     }
     fInterpolatorSpan = -1;
     fCubicSpan = -1;
@@ -34,71 +34,74 @@ void TcurveEvaluator::invalidate(int index)
 
 // --- Times ------------------------------------------------------------------------------
 
-TcurveEvaluator::TevalTime TcurveEvaluator::evalTime(TtimeValue const& time) const
+TcurveEvaluator::TevalTime TcurveEvaluator::evalTime(TparamCurve const& curve, TtimeValue const& time) const
 {
-    bool const exact = time.isTicks() && fCurve.isAnimTimeCurve();
+    bool const exact = time.isTicks() && curve.isAnimTimeCurve();
     return TevalTime{time.seconds(), exact ? time.animTime().ticks() : 0, exact};
 }
 
 // -1, 0 or 1 as `time` lies before, at or after key `index`, in host time.
 // Every locating step makes this comparison: it is kept inline.
-[[gnu::always_inline]] inline int TcurveEvaluator::compareWithKey(TevalTime const& time, unsigned index) const
+[[gnu::always_inline]] inline int TcurveEvaluator::compareWithKey(TparamCurve const& curve, TevalTime time,
+                                                                  unsigned index)
 {
-    Tkeyframe const* key = fCurve.keyframe(index);
+    Tkeyframe const* key = curve.keyframe(index);
     if (time.fExactTicks) {
         TanimTime const ticks = key->animTime();
-        std::int32_t const keyTicks = (fCurve.fNleData != nullptr ? fCurve.fNleData->toZeva(ticks) : ticks).ticks();
+        std::int32_t const keyTicks = (curve.fNleData != nullptr ? curve.fNleData->toZeva(ticks) : ticks).ticks();
         return time.fTicks < keyTicks ? -1 : (time.fTicks > keyTicks ? 1 : 0);
     }
-    double const keySeconds = hostSeconds(key);
+    double const keySeconds = curve.hostSeconds(key);
     return time.fSeconds < keySeconds ? -1 : (time.fSeconds > keySeconds ? 1 : 0);
 }
 
 // --- Evaluation ------------------------------------------------------------------------------
 
-double TcurveEvaluator::evaluateRules(TevalTime const& time)
+// Static, and reading the evaluator only through the curve: the common paths
+// then address everything from the one curve pointer.
+double TcurveEvaluator::evaluateRules(TparamCurve& curve, TevalTime time)
 {
-    unsigned const count = fCurve.arrayCount();
+    unsigned const count = curve.arrayCount();
     if (std::isnan(time.fSeconds)) {
-        return count == 0 ? 0.0 : fCurve.value(0);
+        return count == 0 ? 0.0 : curve.value(0);
     }
     // Rotation channels evaluated together as a quaternion answer here once
     // the rotation evaluator is part of the engine.
-    if (fCurve.fPreInfinity != TparamCurveEnums::kConstant && count > 0 && compareWithKey(time, 0) < 0) {
-        return evaluateInfinities(time.fSeconds, true);
+    if (curve.fPreInfinity != TparamCurveEnums::kConstant && count > 0 && compareWithKey(curve, time, 0) < 0) {
+        return curve.evaluator().evaluateInfinities(curve, time.fSeconds, true);
     }
     if (count == 0) {
         return 0.0;
     }
-    if (fCurve.fPostInfinity != TparamCurveEnums::kConstant && compareWithKey(time, count - 1) > 0) {
-        return evaluateInfinities(time.fSeconds, false);
+    if (curve.fPostInfinity != TparamCurveEnums::kConstant && compareWithKey(curve, time, count - 1) > 0) {
+        return curve.evaluator().evaluateInfinities(curve, time.fSeconds, false);
     }
-    if (fCurve.isStatic()) {
-        return fCurve.value(0);
+    if (curve.isStatic()) {
+        return curve.value(0);
     }
-    return evaluateBetweenKeys(time, count);
+    return curve.evaluator().evaluateBetweenKeys(curve, time, count);
 }
 
 // A time within the keys' range (or before the first key / after the last
 // with constant infinities) on a curve that is not static.
-double TcurveEvaluator::evaluateBetweenKeys(TevalTime const& time, unsigned count)
+double TcurveEvaluator::evaluateBetweenKeys(TparamCurve& curve, TevalTime time, unsigned count)
 {
     double inSpan = 0.0;
-    if (valueInSearchedSpan(time, inSpan)) {
+    if (valueInSearchedSpan(curve, time, inSpan)) {
         return inSpan;
     }
     unsigned index = 0;
     bool atKey = false;
-    if (!locateCached(time, count, index, atKey)) {
-        locateBySearch(time, count, index, atKey);
+    if (!locateCached(curve, time, count, index, atKey)) {
+        locateBySearch(curve, time, count, index, atKey);
     }
     if (atKey) {
         fFastSpan = -1;
-        return valueAtKey(index);
+        return valueAtKey(curve, index);
     }
-    TspanKeys const span = spanKeys(index);
-    double const value = valueInSpan(span, time.fSeconds);
-    rememberFastSpan(span);
+    TspanKeys const span = spanKeys(curve, index);
+    double const value = valueInSpan(curve, span, time.fSeconds);
+    rememberFastSpan(curve, span);
     return value;
 }
 
@@ -107,40 +110,40 @@ double TcurveEvaluator::evaluateBetweenKeys(TevalTime const& time, unsigned coun
 // exactly the times on which the cached-key test and the key search agree
 // (same span, same cached key). Seconds on a tick curve, and ticks mapped
 // through a clip, are left to the full rules.
-bool TcurveEvaluator::searchedSpan(TevalTime const& time, unsigned& span)
+bool TcurveEvaluator::searchedSpan(TparamCurve& curve, TevalTime time, unsigned& span)
 {
-    if (fCurve.fFloatKeys != nullptr) {
-        return fFloatTimes.refresh(*fCurve.fFloatKeys) &&
+    if (curve.fFloatKeys != nullptr) {
+        return fFloatTimes.refresh(*curve.fFloatKeys) &&
                fFloatTimes.spanHolding(narrowToFloat(time.fSeconds), fCachedKeyIndex, span);
     }
-    return time.fExactTicks && fCurve.fNleData == nullptr && fTickTimes.refresh(*fCurve.fTickKeys) &&
+    return time.fExactTicks && curve.fNleData == nullptr && fTickTimes.refresh(*curve.fTickKeys) &&
            fTickTimes.spanHolding(time.fTicks, fCachedKeyIndex, span);
 }
 
-bool TcurveEvaluator::valueInSearchedSpan(TevalTime const& time, double& value)
+bool TcurveEvaluator::valueInSearchedSpan(TparamCurve& curve, TevalTime time, double& value)
 {
     unsigned lo = 0;
-    if (!searchedSpan(time, lo)) {
+    if (!searchedSpan(curve, time, lo)) {
         return false;
     }
     // The keys themselves must hold the time: a copy made stale behind the
     // curve's back is dropped rather than trusted.
-    TspanKeys const span = spanKeys(lo);
+    TspanKeys const span = spanKeys(curve, lo);
     if (!spanHoldsTime(span, time)) {
         fFloatTimes.invalidate();
         fTickTimes.invalidate();
         return false;
     }
-    cacheKey(lo);
-    value = valueInSpan(span, time.fSeconds);
-    rememberFastSpan(span);
+    cacheKey(curve, lo);
+    value = valueInSpan(curve, span, time.fSeconds);
+    rememberFastSpan(curve, span);
     return true;
 }
 
 // True when the time lies strictly between the span's keys, compared as
 // compareWithKey compares (ticks when exact, host seconds otherwise); the
 // searched spans never come from a clip.
-bool TcurveEvaluator::spanHoldsTime(TspanKeys const& span, TevalTime const& time)
+bool TcurveEvaluator::spanHoldsTime(TspanKeys const& span, TevalTime time)
 {
     if (time.fExactTicks) {
         return time.fTicks > span.fFirst->animTime().ticks() && time.fTicks < span.fSecond->animTime().ticks();
@@ -148,22 +151,22 @@ bool TcurveEvaluator::spanHoldsTime(TspanKeys const& span, TevalTime const& time
     return time.fSeconds > span.fStart && time.fSeconds < span.fEnd;
 }
 
-void TcurveEvaluator::cacheKey(unsigned index)
+void TcurveEvaluator::cacheKey(TparamCurve& curve, unsigned index)
 {
-    fCachedKey = fCurve.keyframe(index);
+    fCachedKey = curve.keyframe(index);
     fCachedKeyIndex = index;
 }
 
 // Answers from the cached key and up to two keys on either side, so that
 // sweeps in small steps never search. `index` is the key answered at, or
 // the first key of the span.
-bool TcurveEvaluator::locateCached(TevalTime const& time, unsigned count, unsigned& index, bool& atKey)
+bool TcurveEvaluator::locateCached(TparamCurve& curve, TevalTime time, unsigned count, unsigned& index, bool& atKey)
 {
     unsigned const cached = fCachedKeyIndex;
-    if (fCachedKey == nullptr || cached >= count || fCurve.keyframe(cached) != fCachedKey) {
+    if (fCachedKey == nullptr || cached >= count || curve.keyframe(cached) != fCachedKey) {
         return false;
     }
-    int const here = compareWithKey(time, cached);
+    int const here = compareWithKey(curve, time, cached);
     if (here == 0) {
         index = cached;
         atKey = true;
@@ -177,16 +180,16 @@ bool TcurveEvaluator::locateCached(TevalTime const& time, unsigned count, unsign
             return false;
         }
         auto const neighbour = static_cast<unsigned>(next);
-        int const side = compareWithKey(time, neighbour);
+        int const side = compareWithKey(curve, time, neighbour);
         if (side == 0) {
-            cacheKey(neighbour);
+            cacheKey(curve, neighbour);
             index = neighbour;
             atKey = true;
             return true;
         }
         if ((side < 0) == (step > 0)) {  // the time lies between previous and neighbour
             index = step > 0 ? previous : neighbour;
-            cacheKey(index);
+            cacheKey(curve, index);
             atKey = false;
             return true;
         }
@@ -195,46 +198,46 @@ bool TcurveEvaluator::locateCached(TevalTime const& time, unsigned count, unsign
     return false;
 }
 
-void TcurveEvaluator::locateBySearch(TevalTime const& time, unsigned count, unsigned& index, bool& atKey)
+void TcurveEvaluator::locateBySearch(TparamCurve& curve, TevalTime time, unsigned count, unsigned& index, bool& atKey)
 {
     unsigned found = 0;
     bool exact = false;
-    if (fCurve.isFloatCurve() || time.fExactTicks) {
+    if (curve.isFloatCurve() || time.fExactTicks) {
         TtimeValue const probe =
             time.fExactTicks ? TtimeValue(TanimTime::fromTicks(time.fTicks)) : TtimeValue(narrowToFloat(time.fSeconds));
-        exact = fCurve.find(probe, found);
+        exact = curve.find(probe, found);
     } else {
         // Seconds on a tick curve: the first key the time is not after, by
         // the keys' host seconds.
-        found = firstKeyNotBefore(time, count);
-        exact = found < count && compareWithKey(time, found) == 0;
+        found = firstKeyNotBefore(curve, time, count);
+        exact = found < count && compareWithKey(curve, time, found) == 0;
     }
     if (exact) {
-        cacheKey(found);
+        cacheKey(curve, found);
         index = found;
         atKey = true;
     } else if (found == 0) {
-        cacheKey(0);
+        cacheKey(curve, 0);
         index = 0;
         atKey = true;
     } else if (found >= count) {
-        cacheKey(0);
+        cacheKey(curve, 0);
         index = count - 1;
         atKey = true;
     } else {
         index = found - 1;
-        cacheKey(index);
+        cacheKey(curve, index);
         atKey = false;
     }
 }
 
-unsigned TcurveEvaluator::firstKeyNotBefore(TevalTime const& time, unsigned count) const
+unsigned TcurveEvaluator::firstKeyNotBefore(TparamCurve const& curve, TevalTime time, unsigned count)
 {
     unsigned first = 0;
     unsigned length = count;
     while (length > 0) {
         unsigned const half = length / 2;
-        if (compareWithKey(time, first + half) > 0) {
+        if (compareWithKey(curve, time, first + half) > 0) {
             first += half + 1;
             length -= half + 1;
         } else {
@@ -244,9 +247,9 @@ unsigned TcurveEvaluator::firstKeyNotBefore(TevalTime const& time, unsigned coun
     return first;
 }
 
-void TcurveEvaluator::rememberFastSpan(TspanKeys const& span)
+void TcurveEvaluator::rememberFastSpan(TparamCurve& curve, TspanKeys const& span)
 {
-    if (fCurve.isStatic()) {
+    if (curve.isStatic()) {
         fFastSpan = -1;
         return;
     }
@@ -258,16 +261,16 @@ void TcurveEvaluator::rememberFastSpan(TspanKeys const& span)
     fFastMethod = span.fFirst->interpMethod();
 }
 
-double TcurveEvaluator::valueAtKey(unsigned index)
+double TcurveEvaluator::valueAtKey(TparamCurve& curve, unsigned index)
 {
     double pluginValue = 0.0;
-    if (evaluatedAtKey(index, fCurve.seconds(index), pluginValue)) {
+    if (evaluatedAtKey(curve, index, curve.seconds(index), pluginValue)) {
         return pluginValue;
     }
-    return fCurve.value(index);
+    return curve.value(index);
 }
 
-double TcurveEvaluator::valueInSpan(TspanKeys const& span, double secondsTime)
+double TcurveEvaluator::valueInSpan(TparamCurve& curve, TspanKeys const& span, double secondsTime)
 {
     Tkeyframe const* first = span.fFirst;
     if (TparamCurve::fsOverrideTangentsForBlockingMode) {
@@ -286,11 +289,11 @@ double TcurveEvaluator::valueInSpan(TspanKeys const& span, double secondsTime)
     case Tkeyframe::kInterpStepNext: return span.fSecond->value();
     case Tkeyframe::kInterpSegment: {
         double value = 0.0;
-        if (valueInHermiteSpan(span, secondsTime, value)) {
+        if (valueInHermiteSpan(curve, span, secondsTime, value)) {
             return value;
         }
         if (fInterpolatorSpan != static_cast<std::int32_t>(span.fIndex)) {
-            buildSpanSegment(span);
+            buildSpanSegment(curve, span);
         }
         return fInterpolator != nullptr ? fInterpolator->evaluate(secondsTime) : 0.0;
     }
@@ -300,12 +303,12 @@ double TcurveEvaluator::valueInSpan(TspanKeys const& span, double secondsTime)
 
 // Most spans are Hermite cubics: their coefficients are computed here, as
 // T2dHermite computes them, without building the span's segment.
-[[gnu::always_inline]] inline bool TcurveEvaluator::valueInHermiteSpan(TspanKeys const& span, double secondsTime,
-                                                                       double& value)
+[[gnu::always_inline]] inline bool TcurveEvaluator::valueInHermiteSpan(TparamCurve& curve, TspanKeys const& span,
+                                                                       double secondsTime, double& value)
 {
     auto const index = static_cast<std::int32_t>(span.fIndex);
     if (fCubicSpan != index) {
-        if (T2dAnimCurve::desiredInterpolatorType(fCurve.isWeighted(), span.fFirst) != kInterpolatorHermite) {
+        if (T2dAnimCurve::desiredInterpolatorType(curve.isWeighted(), span.fFirst) != kInterpolatorHermite) {
             return false;
         }
         double c[8];
@@ -317,9 +320,9 @@ double TcurveEvaluator::valueInSpan(TspanKeys const& span, double secondsTime)
     return true;
 }
 
-bool TcurveEvaluator::evaluatedAtKey(unsigned index, float seconds, double& value)
+bool TcurveEvaluator::evaluatedAtKey(TparamCurve& curve, unsigned index, float seconds, double& value)
 {
-    Tkeyframe const* key = fCurve.keyframe(index);
+    Tkeyframe const* key = curve.keyframe(index);
     if (key == nullptr) {
         return false;
     }
@@ -329,11 +332,11 @@ bool TcurveEvaluator::evaluatedAtKey(unsigned index, float seconds, double& valu
     }
     TpluginAnimCurveInterp const* plugin = TpluginAnimCurveInterpDBase::find(static_cast<unsigned>(type));
     if (plugin == nullptr || (plugin->extra() & TpluginAnimCurveInterp::kEvaluatesAtKeys) == 0 ||
-        fCurve.keyframe(index + 1) == nullptr) {
+        curve.keyframe(index + 1) == nullptr) {
         return false;
     }
     // The key starts a span of the plug-in's kind: its segment answers there.
-    setInterpolationInterval(index);
+    setInterpolationInterval(curve, index);
     if (fInterpolator == nullptr || fInterpolator->interpolatorType() != static_cast<TinterpolatorType>(type)) {
         return false;
     }
@@ -346,10 +349,10 @@ bool TcurveEvaluator::evaluatedAtKey(unsigned index, float seconds, double& valu
 // The value at a time inside the key range, preferring a key's own value.
 // Mapped infinity times mostly sweep the span of the previous one: that
 // shortcut is inline, the rest is not.
-[[gnu::always_inline]] inline double TcurveEvaluator::valueInRange(double secondsTime)
+[[gnu::always_inline]] inline double TcurveEvaluator::valueInRange(TparamCurve& curve, double secondsTime)
 {
     double fast = 0.0;
-    if (!fCurve.isAnimTimeCurve()) {
+    if (!curve.isAnimTimeCurve()) {
         // find() looks within the key tolerance of the time narrowed to
         // single precision: beyond that reach of the span's ends no key can
         // answer.
@@ -358,47 +361,47 @@ bool TcurveEvaluator::evaluatedAtKey(unsigned index, float seconds, double& valu
             return fast;
         }
     }
-    return valueInRangeSearched(secondsTime);
+    return valueInRangeSearched(curve, secondsTime);
 }
 
-double TcurveEvaluator::valueInRangeSearched(double secondsTime)
+double TcurveEvaluator::valueInRangeSearched(TparamCurve& curve, double secondsTime)
 {
     unsigned index = 0;
     double fast = 0.0;
-    if (fCurve.isAnimTimeCurve()) {
+    if (curve.isAnimTimeCurve()) {
         TtimeValue const ticks(TanimTime(secondsTime, kSeconds));
         if (valueInFastSpan(ticks.seconds(), fast)) {
             return fast;  // strictly between two keys: no key at this tick
         }
-        return fCurve.find(ticks, index) ? fCurve.value(index) : evaluateRules(evalTime(ticks));
+        return curve.find(ticks, index) ? curve.value(index) : evaluateRules(curve, evalTime(curve, ticks));
     }
     // A time clear of every key inside a span: find() would find no key and
     // evaluation would answer it just so.
-    if (!fCurve.isStatic() && valueInSearchedSpan(TevalTime{secondsTime, 0, false}, fast)) {
+    if (!curve.isStatic() && valueInSearchedSpan(curve, TevalTime{secondsTime, 0, false}, fast)) {
         return fast;
     }
-    if (fCurve.find(TtimeValue(narrowToFloat(secondsTime)), index)) {
-        return fCurve.value(index);
+    if (curve.find(TtimeValue(narrowToFloat(secondsTime)), index)) {
+        return curve.value(index);
     }
-    return evaluate(TevalTime{secondsTime, 0, false});
+    return evaluate(curve, TevalTime{secondsTime, 0, false});
 }
 
 // The end key's value continued along its outer tangent.
-double TcurveEvaluator::linearInfinityValue(double t, bool pre, double first, double end) const
+double TcurveEvaluator::linearInfinityValue(TparamCurve const& curve, double t, bool pre, double first, double end)
 {
-    unsigned const last = fCurve.arrayCount() - 1;
-    double const slope = std::tan(fCurve.tangentAngle(pre ? 0 : last, pre, 1.0, 1.0));
+    unsigned const last = curve.arrayCount() - 1;
+    double const slope = std::tan(curve.tangentAngle(pre ? 0 : last, pre, 1.0, 1.0));
     double const run = pre ? first - t : t - end;
     double const rise = slope == 0.0 ? 0.0 : slope * run;
-    return pre ? fCurve.value(0) - rise : fCurve.value(last) + rise;
+    return pre ? curve.value(0) - rise : curve.value(last) + rise;
 }
 
-double TcurveEvaluator::evaluateInfinities(double t, bool pre)
+double TcurveEvaluator::evaluateInfinities(TparamCurve& curve, double t, bool pre)
 {
-    Tkeyframe const* firstKey = fCurve.keyframe(0);
-    Tkeyframe const* lastKey = fCurve.keyframe(fCurve.arrayCount() - 1);
-    double const first = hostSeconds(firstKey);
-    double const end = hostSeconds(lastKey);
+    Tkeyframe const* firstKey = curve.keyframe(0);
+    Tkeyframe const* lastKey = curve.keyframe(curve.arrayCount() - 1);
+    double const first = curve.hostSeconds(firstKey);
+    double const end = curve.hostSeconds(lastKey);
     double const range = end - first;
     if (range == 0.0 || std::isnan(t)) {
         return firstKey->value();
@@ -408,10 +411,10 @@ double TcurveEvaluator::evaluateInfinities(double t, bool pre)
     double const fraction = splitWhole((t - reference) / range, whole);
     double const cycles = std::fabs(whole) + 1.0;
     double const offset = std::fabs(fraction) * range;
-    TparamCurveEnums::TinfinityType const type = pre ? fCurve.fPreInfinity : fCurve.fPostInfinity;
+    TparamCurveEnums::TinfinityType const type = pre ? curve.fPreInfinity : curve.fPostInfinity;
 
     if (type == TparamCurveEnums::kLinear) {
-        return linearInfinityValue(t, pre, first, end);
+        return linearInfinityValue(curve, t, pre, first, end);
     }
     double mapped = offset;  // every other type: deliberately unshifted
     if (type == TparamCurveEnums::kOscillate) {
@@ -420,7 +423,7 @@ double TcurveEvaluator::evaluateInfinities(double t, bool pre)
     } else if (type == TparamCurveEnums::kCycle || type == TparamCurveEnums::kCycleRelative) {
         mapped = pre ? end - offset : first + offset;
     }
-    double result = valueInRange(mapped);
+    double result = valueInRange(curve, mapped);
     if (type == TparamCurveEnums::kCycleRelative) {
         double const shift = lastKey->value() - firstKey->value();
         if (shift != 0.0) {
@@ -432,37 +435,37 @@ double TcurveEvaluator::evaluateInfinities(double t, bool pre)
 
 // --- Span segments -------------------------------------------------------------------------------------
 
-T2dAnimCurve* TcurveEvaluator::updateInterpolator(Tkeyframe const* key)
+T2dAnimCurve* TcurveEvaluator::updateInterpolator(TparamCurve& curve, Tkeyframe const* key)
 {
-    TinterpolatorType const desired = T2dAnimCurve::desiredInterpolatorType(fCurve.isWeighted(), key);
+    TinterpolatorType const desired = T2dAnimCurve::desiredInterpolatorType(curve.isWeighted(), key);
     if (fInterpolator != nullptr && fInterpolator->interpolatorType() == desired) {
         return fInterpolator;
     }
     delete fInterpolator;
-    fInterpolator = T2dAnimCurve::new2dAnimCurve(fCurve.isFloatCurve(), desired);
+    fInterpolator = T2dAnimCurve::new2dAnimCurve(curve.isFloatCurve(), desired);
     fInterpolatorSpan = -1;
     return fInterpolator;
 }
 
-void TcurveEvaluator::setInterpolationInterval(unsigned index)
+void TcurveEvaluator::setInterpolationInterval(TparamCurve& curve, unsigned index)
 {
-    Tkeyframe* first = fCurve.keyframe(index);
-    Tkeyframe* second = fCurve.keyframe(index + 1);
+    Tkeyframe* first = curve.keyframe(index);
+    Tkeyframe* second = curve.keyframe(index + 1);
     if (first == nullptr || second == nullptr) {
         return;
     }
     if (fInterpolatorSpan == static_cast<std::int32_t>(index)) {
         return;
     }
-    buildSpanSegment(spanKeys(index));
+    buildSpanSegment(curve, spanKeys(curve, index));
 }
 
-void TcurveEvaluator::buildSpanSegment(TspanKeys const& span)
+void TcurveEvaluator::buildSpanSegment(TparamCurve& curve, TspanKeys const& span)
 {
     double c[8];
     spanControls(span, c);
-    if (T2dAnimCurve* segment = updateInterpolator(span.fFirst)) {
-        segment->create(&fCurve, span.fIndex, c[0], c[1], c[2], c[3], c[4], c[5], c[6], c[7], true);
+    if (T2dAnimCurve* segment = updateInterpolator(curve, span.fFirst)) {
+        segment->create(&curve, span.fIndex, c[0], c[1], c[2], c[3], c[4], c[5], c[6], c[7], true);
     }
     fInterpolatorSpan = static_cast<std::int32_t>(span.fIndex);
 }
@@ -482,4 +485,36 @@ void TcurveEvaluator::spanControls(TspanKeys const& span, double c[8])
     span.fSecond->getTanIn(tx, ty);
     c[4] = c[6] - tx * kOneThird;
     c[5] = c[7] - ty * kOneThird;
+}
+
+// --- The curve's entry points ------------------------------------------------------------
+// Kept with the evaluator so that the full rules can be inlined into them.
+
+double TparamCurve::evaluate(TtimeValue const& time)
+{
+    TcurveEvaluator& curveEvaluator = evaluator();
+    return curveEvaluator.evaluate(*this, curveEvaluator.evalTime(*this, time));
+}
+
+double TparamCurve::evaluate(float seconds)
+{
+    return evaluator().evaluate(*this, TcurveEvaluator::TevalTime{seconds, 0, false});
+}
+
+bool TparamCurve::evaluate(unsigned index, double* value, double* outSlope)
+{
+    Tkeyframe const* key = keyframe(index);
+    if (key == nullptr) {
+        return false;
+    }
+    if (value != nullptr) {
+        *value = evaluator().evaluate(*this, TcurveEvaluator::TevalTime{doubleSeconds(key), 0, false});
+    }
+    if (outSlope != nullptr) {
+        float x = 0.0f;
+        float y = 0.0f;
+        key->getTanOut(x, y);
+        *outSlope = x == 0.0f ? 0.0 : double(y) / double(x);
+    }
+    return true;
 }

@@ -17,7 +17,9 @@ inline double linearSpanValue(double t, double t0, double t1, double v0, double 
 // evaluation that reads it.
 //
 // Every curve builds one in place (see TparamCurve::evaluator()) and drops
-// what it remembers through invalidate() whenever its keys change. It holds:
+// what it remembers through invalidate() whenever its keys change; each call
+// names the curve it serves, which evaluation reaches without a pointer of
+// its own to load. It holds:
 //  - the copy of the key times that searches read (TkeyTimeMirror);
 //  - the cached key and its index, which sequential lookups start from;
 //  - the span of the last evaluation with its open time interval, so that a
@@ -37,7 +39,7 @@ public:
         bool fExactTicks;  // compare integer ticks (tick curves, tick times)
     };
 
-    explicit TcurveEvaluator(TparamCurve& curve) : fCurve(curve)
+    TcurveEvaluator()
     {
         static_assert(sizeof(TcurveEvaluator) <= TparamCurve::kEvaluatorSpace &&
                           alignof(TcurveEvaluator) <= TparamCurve::kEvaluatorAlign,
@@ -47,34 +49,34 @@ public:
     TcurveEvaluator& operator=(TcurveEvaluator const&) = delete;
     ~TcurveEvaluator();
 
-    TevalTime evalTime(TtimeValue const& time) const;
+    TevalTime evalTime(TparamCurve const& curve, TtimeValue const& time) const;
 
     // The curve's value at a time: the span of the last evaluation first,
     // inline, then the full rules.
-    [[gnu::always_inline]] double evaluate(TevalTime const& time)
+    [[gnu::always_inline]] double evaluate(TparamCurve& curve, TevalTime time)
     {
         double fast = 0.0;
-        return valueInFastSpan(time.fSeconds, fast) ? fast : evaluateRules(time);
+        return valueInFastSpan(time.fSeconds, fast) ? fast : evaluateRules(curve, time);
     }
     // The value beyond the keys by the pre- or post-infinity type; the curve
     // has at least one key.
-    double evaluateInfinities(double seconds, bool pre);
+    double evaluateInfinities(TparamCurve& curve, double seconds, bool pre);
     // Whether the plug-in segment of the span starting at key `index`
     // answers at the key itself, and what.
-    bool evaluatedAtKey(unsigned index, float seconds, double& value);
+    bool evaluatedAtKey(TparamCurve& curve, unsigned index, float seconds, double& value);
 
     // The segment held for evaluation, made to the kind the span that starts
     // at `key` wants (null for kinds without a segment).
-    T2dAnimCurve* updateInterpolator(Tkeyframe const* key);
+    T2dAnimCurve* updateInterpolator(TparamCurve& curve, Tkeyframe const* key);
     // Builds the segment of span `index` unless it is the current one;
     // nothing when key index + 1 does not exist.
-    void setInterpolationInterval(unsigned index);
+    void setInterpolationInterval(TparamCurve& curve, unsigned index);
     T2dAnimCurve* interpolator() const { return fInterpolator; }
     int interpolatorSpan() const { return fInterpolatorSpan; }
 
     // Forgets the spans, the cubic and the cached key, and the copy of the
     // key times from key `index` on (-1: all).
-    void invalidate(int index);
+    void invalidate(TparamCurve& curve, int index);
 
 private:
     // The two keys of span `fIndex` and their host times, read once per
@@ -87,64 +89,67 @@ private:
         double fEnd;
     };
 
-    double hostSeconds(Tkeyframe const* key) const { return fCurve.hostSeconds(key); }
-    TspanKeys spanKeys(unsigned lo) const
+    static TspanKeys spanKeys(TparamCurve const& curve, unsigned lo)
     {
-        Tkeyframe const* first = fCurve.keyframe(lo);
-        Tkeyframe const* second = fCurve.keyframe(lo + 1);
-        return TspanKeys{lo, first, second, hostSeconds(first), hostSeconds(second)};
+        Tkeyframe const* first = curve.keyframe(lo);
+        Tkeyframe const* second = curve.keyframe(lo + 1);
+        return TspanKeys{lo, first, second, curve.hostSeconds(first), curve.hostSeconds(second)};
     }
-    int compareWithKey(TevalTime const& time, unsigned index) const;
-    double evaluateRules(TevalTime const& time);
-    [[gnu::noinline]] double evaluateBetweenKeys(TevalTime const& time, unsigned count);
-    [[gnu::noinline]] double linearInfinityValue(double seconds, bool pre, double first, double end) const;
-    double valueInRange(double seconds);
-    [[gnu::noinline]] double valueInRangeSearched(double seconds);
-    bool searchedSpan(TevalTime const& time, unsigned& span);
-    bool valueInSearchedSpan(TevalTime const& time, double& value);
-    bool locateCached(TevalTime const& time, unsigned count, unsigned& index, bool& atKey);
-    void locateBySearch(TevalTime const& time, unsigned count, unsigned& index, bool& atKey);
+    static int compareWithKey(TparamCurve const& curve, TevalTime time, unsigned index);
+    static double evaluateRules(TparamCurve& curve, TevalTime time);
+    [[gnu::noinline]] double evaluateBetweenKeys(TparamCurve& curve, TevalTime time, unsigned count);
+    [[gnu::noinline]] static double linearInfinityValue(TparamCurve const& curve, double seconds, bool pre,
+                                                        double first, double end);
+    double valueInRange(TparamCurve& curve, double seconds);
+    [[gnu::noinline]] double valueInRangeSearched(TparamCurve& curve, double seconds);
+    bool searchedSpan(TparamCurve& curve, TevalTime time, unsigned& span);
+    bool valueInSearchedSpan(TparamCurve& curve, TevalTime time, double& value);
+    bool locateCached(TparamCurve& curve, TevalTime time, unsigned count, unsigned& index, bool& atKey);
+    void locateBySearch(TparamCurve& curve, TevalTime time, unsigned count, unsigned& index, bool& atKey);
     // The first of `count` keys that the time is not after, by compareWithKey.
-    unsigned firstKeyNotBefore(TevalTime const& time, unsigned count) const;
-    double valueAtKey(unsigned index);
-    double valueInSpan(TspanKeys const& span, double seconds);
-    static bool spanHoldsTime(TspanKeys const& span, TevalTime const& time);
+    static unsigned firstKeyNotBefore(TparamCurve const& curve, TevalTime time, unsigned count);
+    double valueAtKey(TparamCurve& curve, unsigned index);
+    double valueInSpan(TparamCurve& curve, TspanKeys const& span, double seconds);
+    static bool spanHoldsTime(TspanKeys const& span, TevalTime time);
     // The value at a time strictly inside the span of the last evaluation,
     // computed as valueInSpan would; false when that shortcut does not hold.
     [[gnu::always_inline]] bool valueInFastSpan(double seconds, double& value) const;
-    void rememberFastSpan(TspanKeys const& span);
+    void rememberFastSpan(TparamCurve& curve, TspanKeys const& span);
     // The control points of a span as its segment is built from them:
     // x0, y0, x1, y1, x2, y2, x3, y3.
     static void spanControls(TspanKeys const& span, double c[8]);
     // Builds the segment of the span (its keys both present).
-    void buildSpanSegment(TspanKeys const& span);
+    void buildSpanSegment(TparamCurve& curve, TspanKeys const& span);
     // The value in a Hermite span, through fCubic; false when the span is
     // answered by another kind of segment.
-    bool valueInHermiteSpan(TspanKeys const& span, double seconds, double& value);
-    void cacheKey(unsigned index);
+    bool valueInHermiteSpan(TparamCurve& curve, TspanKeys const& span, double seconds, double& value);
+    void cacheKey(TparamCurve& curve, unsigned index);
 
-    TparamCurve& fCurve;
-    // Contiguous copies of the key times for searches; only the one of the
-    // curve's time form is used. Stale from the index given to invalidate().
-    TkeyTimeMirror<TfloatKeyframePtrSObj> fFloatTimes;
-    TkeyTimeMirror<TanimTimeKeyframePtrSObj> fTickTimes;
-    Tkeyframe const* fCachedKey = nullptr;
-    unsigned fCachedKeyIndex = 0;
-    std::int32_t fInterpolatorSpan = -1;
+    // The sweep shortcut's fields come first and together: a host evaluating
+    // many curves once per frame reads them from a cold cache.
+    //
     // The span the last evaluation landed in, with its open time interval:
     // a time strictly inside it is answered at once, as the cached lookup
     // would answer it.
     std::int32_t fFastSpan = -1;
+    Tkeyframe::TspanInterpMethod fFastMethod = Tkeyframe::kInterpSegment;
+    // The span of fCubic (-1: none) and the span fInterpolator is built for.
+    std::int32_t fCubicSpan = -1;
+    std::int32_t fInterpolatorSpan = -1;
     double fFastStart = 0.0;
     double fFastEnd = 0.0;
     double fFastFirstValue = 0.0;
     double fFastSecondValue = 0.0;
-    Tkeyframe::TspanInterpMethod fFastMethod = Tkeyframe::kInterpSegment;
-    // The cubic of Hermite span fCubicSpan (-1: none), computed here rather
-    // than in a segment so that changing span and the shortcut make no call.
+    // The cubic of Hermite span fCubicSpan, computed here rather than in a
+    // segment so that changing span and the shortcut make no call.
     ThermiteCubic fCubic;
-    std::int32_t fCubicSpan = -1;
     T2dAnimCurve* fInterpolator = nullptr;
+    Tkeyframe const* fCachedKey = nullptr;
+    unsigned fCachedKeyIndex = 0;
+    // Contiguous copies of the key times for searches; only the one of the
+    // curve's time form is used. Stale from the index given to invalidate().
+    TkeyTimeMirror<TfloatKeyframePtrSObj> fFloatTimes;
+    TkeyTimeMirror<TanimTimeKeyframePtrSObj> fTickTimes;
 };
 
 // The evaluator lives in storage inside the curve, so that evaluation reaches

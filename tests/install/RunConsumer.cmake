@@ -12,6 +12,15 @@ function(run)
 endfunction()
 
 run(${CMAKE_COMMAND} --install ${KEEL_BUILD_DIR} --prefix ${prefix})
+
+# Only the host API is installed: every installed header is under keelanim/,
+# and none of the engine's private headers is among them.
+file(GLOB_RECURSE installed RELATIVE ${prefix}/include ${prefix}/include/*)
+foreach(header IN LISTS installed)
+  if(NOT header MATCHES "^keelanim/" OR header MATCHES "/detail/|keyTimeMirror|hermiteCubic|unitRoots|editKit")
+    message(FATAL_ERROR "private header installed: ${header}")
+  endif()
+endforeach()
 run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE} -B ${WORK_DIR}/build -DCMAKE_PREFIX_PATH=${prefix})
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
 run(${WORK_DIR}/build/keel_consumer)

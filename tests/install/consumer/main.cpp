@@ -15,6 +15,22 @@ int main()
     if (std::strlen(relmarkVersion()) == 0) {
         return 1;
     }
-    std::printf("installed Keelanim %s orders keys\n", relmarkVersion());
+    // A curve edited inside a modification, evaluated, and undone.
+    TparamCurve curve(true);
+    TparamCurveDeltaUser history;
+    history.beginParamCurveMod(curve);
+    curve.add(Tkeyframe(0.0f, 0.0, kTangentLinear, kTangentLinear));
+    curve.add(Tkeyframe(1.0f, 2.0, kTangentLinear, kTangentLinear));
+    bool const recorded = history.endParamCurveMod(curve);
+    if (!recorded || curve.evaluate(0.5f) != 1.0) {
+        std::puts("installed engine misevaluates a linear curve");
+        return 1;
+    }
+    history.undoPC();
+    if (curve.keyframeCount() != 0) {
+        std::puts("installed engine does not undo an addition");
+        return 1;
+    }
+    std::printf("installed Keelanim %s orders, evaluates and undoes keys\n", relmarkVersion());
     return 0;
 }
