@@ -374,6 +374,17 @@ void TparamCurve::checkStaticValueCondition(unsigned index)
     }
 }
 
+// A key that joined or changed decides both conditions: its value against
+// its neighbours', then, while the curve is still static, its tangents
+// against its own value.
+void TparamCurve::recheckStatic(unsigned index)
+{
+    checkStaticValueCondition(index);
+    if (isStatic()) {
+        checkStaticTanCondition(index);
+    }
+}
+
 void TparamCurve::checkStaticTanCondition(unsigned index)
 {
     Tkeyframe* key = keyframe(index);

@@ -140,7 +140,7 @@ bool TparamCurve::add(Tkeyframe const& key, bool select, bool keepTangents, bool
         target->setActive(TbitField32(kPickKeyMask), true);
     }
     keysChangedAround(index, keepTangents);
-    checkStaticValueCondition(index);
+    recheckStatic(index);
     if (!quiet) {
         notifyClientsOfChange(target,
                               replacing ? TparamCurveModifiedMsg::kKeyChanged : TparamCurveModifiedMsg::kKeyInserted);
@@ -188,7 +188,7 @@ bool TparamCurve::placeKey(Tkeyframe* key, bool keepTangents, bool returning)
         record(recorder->keyAdded(*this, key));
     }
     keysChangedAround(index, keepTangents);
-    checkStaticValueCondition(index);
+    recheckStatic(index);
     notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyInserted);
     change.modified();
     return true;
@@ -311,7 +311,7 @@ bool TparamCurve::insertKey(Tkeyframe const& key, bool preserveShape)
         after->setTanInType(kTangentFixed);
     }
     keysChangedAround(index, split);
-    checkStaticValueCondition(index);
+    recheckStatic(index);
     notifyClientsOfChange(inserted, TparamCurveModifiedMsg::kKeyInserted);
     change.modified();
     return true;
@@ -381,7 +381,7 @@ bool TparamCurve::blockAdd(TanimTime const* times, double const* values, unsigne
     for (unsigned i = firstChanged > 0 ? firstChanged - 1 : 0; i < arrayCount(); ++i) {
         setSpanInterpMethod(i);
         if (isStatic()) {
-            checkStaticValueCondition(i);
+            recheckStatic(i);
         }
     }
     invalidateCache(static_cast<int>(firstChanged));
@@ -487,7 +487,7 @@ bool TparamCurve::replaceKey(Tkeyframe* old, Tkeyframe const& replacement)
     }
     *old = replacement;
     keysChangedAround(index, false);
-    checkStaticValueCondition(index);
+    recheckStatic(index);
     notifyClientsOfChange(old, TparamCurveModifiedMsg::kKeyChanged);
     change.modified();
     return true;

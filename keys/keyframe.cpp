@@ -35,9 +35,14 @@ float clampSnapSeconds(float seconds)
     return static_cast<float>(snapToZero(narrowToFloat(seconds), kTangentSnap));
 }
 
+// The snap compares in the key's own single precision: the smallest forward
+// step that validation gives a vertical tangent (1e-5 as a float, just below
+// the double 1e-5) must stay, or the tangent would lie flat.
 float clampSnapTangent(float component)
 {
-    return static_cast<float>(snapToZero(narrowToFloat(component), kTangentSnap));
+    constexpr auto kSnap = static_cast<float>(kTangentSnap);
+    float const clamped = narrowToFloat(component);
+    return (clamped > -kSnap && clamped < kSnap) ? 0.0f : clamped;
 }
 
 // Stores one side's tangent: the x never runs backwards in time, tiny

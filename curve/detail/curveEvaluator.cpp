@@ -57,10 +57,25 @@ TcurveEvaluator::TevalTime TcurveEvaluator::evalTime(TparamCurve const& curve, T
 
 // --- Evaluation ------------------------------------------------------------------------------
 
+// The blocking-mode switches change how every span is answered: what was
+// remembered under one setting is forgotten when the setting changes, so the
+// override applies from the next read on, and stops as promptly.
+void TcurveEvaluator::followBlockingOverride()
+{
+    bool const on = blockingOverride();
+    if (on != fRememberedUnderOverride) {
+        fRememberedUnderOverride = on;
+        fInterpolatorSpan = -1;
+        fCubicSpan = -1;
+        fFastSpan = -1;
+    }
+}
+
 // Static, and reading the evaluator only through the curve: the common paths
 // then address everything from the one curve pointer.
 double TcurveEvaluator::evaluateRules(TparamCurve& curve, TevalTime time)
 {
+    curve.evaluator().followBlockingOverride();
     unsigned const count = curve.arrayCount();
     if (std::isnan(time.fSeconds)) {
         return count == 0 ? 0.0 : curve.value(0);
@@ -249,6 +264,9 @@ unsigned TcurveEvaluator::firstKeyNotBefore(TparamCurve const& curve, TevalTime 
 
 void TcurveEvaluator::rememberFastSpan(TparamCurve& curve, TspanKeys const& span)
 {
+    if (blockingOverride()) {
+        return;  // the shortcut would keep answering stepped spans once the override ends
+    }
     if (curve.isStatic()) {
         fFastSpan = -1;
         return;

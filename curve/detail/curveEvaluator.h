@@ -124,6 +124,11 @@ private:
     // answered by another kind of segment.
     bool valueInHermiteSpan(TparamCurve& curve, TspanKeys const& span, double seconds, double& value);
     void cacheKey(TparamCurve& curve, unsigned index);
+    static bool blockingOverride()
+    {
+        return TparamCurve::fsOverrideTangentsForBlockingMode || Tkeyframe::fsOverrideTangentsForBlockingMode;
+    }
+    void followBlockingOverride();
 
     // The sweep shortcut's fields come first and together: a host evaluating
     // many curves once per frame reads them from a cold cache.
@@ -146,6 +151,7 @@ private:
     T2dAnimCurve* fInterpolator = nullptr;
     Tkeyframe const* fCachedKey = nullptr;
     unsigned fCachedKeyIndex = 0;
+    bool fRememberedUnderOverride = false;
     // Contiguous copies of the key times for searches; only the one of the
     // curve's time form is used. Stale from the index given to invalidate().
     TkeyTimeMirror<TfloatKeyframePtrSObj> fFloatTimes;
@@ -172,8 +178,7 @@ inline TcurveEvaluator const& TparamCurve::evaluator() const
 [[gnu::always_inline]] inline bool TcurveEvaluator::valueInFastSpan(double seconds, double& value) const
 {
     // A static curve never remembers a span (it answers its first value).
-    if (fFastSpan < 0 || !(seconds > fFastStart && seconds < fFastEnd) ||
-        TparamCurve::fsOverrideTangentsForBlockingMode || Tkeyframe::fsOverrideTangentsForBlockingMode) {
+    if (fFastSpan < 0 || !(seconds > fFastStart && seconds < fFastEnd) || blockingOverride()) {
         return false;
     }
     switch (fFastMethod) {

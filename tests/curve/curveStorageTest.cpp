@@ -1,4 +1,5 @@
 #include "support/curveBuilders.h"
+#include "support/museum.h"
 
 #include <gtest/gtest.h>
 
@@ -150,15 +151,37 @@ TEST(CurveEdits, InsertKeyPlacesOrReplaces)
 
 TEST(CurveEdits, SetValueAndTheStaticCondition)
 {
-    auto curve = floatCurve({{0.0f, 1.0}, {1.0f, 1.0}, {2.0f, 1.0}});
+    auto curve = floatCurve({{0.0f, 0.0}, {1.0f, 0.0}, {2.0f, 0.0}});
     EXPECT_TRUE(curve->isStatic());
-    EXPECT_FALSE(curve->setValue(1, 1.0)) << "the stored value: nothing to do";
+    EXPECT_FALSE(curve->setValue(1, 0.0)) << "the stored value: nothing to do";
     EXPECT_FALSE(curve->setValue(7, 3.0));
     EXPECT_FALSE(curve->setValue(1, kNaN));
     EXPECT_TRUE(curve->setValue(1, 3.0));
     EXPECT_FALSE(curve->isStatic());
     EXPECT_TRUE(curve->setValue(2, 4.0, 0.5f));
     EXPECT_EQ(curve->keyframe(2)->quatComponent(), 0.5f);
+}
+
+// Equal values with humped tangents make a curve that is not static: it
+// evaluates the hump its bounds report. Both conditions run on every edit
+// that adds or replaces keys.
+TEST(CurveEdits, HumpedTangentsOfEqualValuesAreNotStatic)
+{
+    using keeltest::buildCurve;
+    auto humped = buildCurve(true, false, {{0, 1, 1, 1, 1, 3}, {1, 1, 1, -3, 1, 1}});
+    EXPECT_FALSE(humped->isStatic());
+    float t0 = 0, t1 = 0;
+    double low = 0, high = 0;
+    ASSERT_TRUE(humped->boundingBox(t0, low, t1, high, true));
+    EXPECT_GT(high, 1.0);
+    EXPECT_GT(humped->evaluate(0.5f), 1.0) << "the curve evaluates the hump its bounds report";
+    auto replaced = buildCurve(true, false, {{0, 1, 1, 1, 1, 1}, {1, 1, 1, 1, 1, 1}});
+    ASSERT_TRUE(replaced->isStatic()) << "tangents whose y equals the value keep a curve static";
+    Tkeyframe hump(1.0f, 1.0, kTangentFixed, kTangentFixed);
+    hump.setTanIn(1, -2);
+    hump.setTanOut(1, 1);
+    EXPECT_TRUE(replaced->replaceKey(replaced->keyframe(1), hump));
+    EXPECT_FALSE(replaced->isStatic()) << "replacing re-checks the tangents too";
 }
 
 TEST(CurveEdits, SetTimeKeepsOrderOrReportsIt)

@@ -54,7 +54,8 @@ TEST(CurveEvaluation, EmptyStaticAndBadTimes)
     EXPECT_EQ(empty.evaluate(3.0f), 0.0);
     EXPECT_EQ(empty.evaluate(std::nanf("")), 0.0);
     EXPECT_EQ(empty.evaluateInfinities(3.0f, false), 0.0);
-    auto flat = keeltest::floatCurve({{0.0f, 4.0}, {1.0f, 4.0}});
+    // The tangent condition compares each tangent's y with the key's value.
+    auto flat = keeltest::buildCurve(true, false, {{0, 4, 1, 4, 1, 4}, {1, 4, 1, 4, 1, 4}});
     EXPECT_TRUE(flat->isStatic());
     EXPECT_EQ(flat->evaluate(0.5f), 4.0);
     auto curve = unitEase(TparamCurveEnums::kCycle, TparamCurveEnums::kOscillate);
@@ -196,6 +197,26 @@ TEST(CurveEvaluation, ValueAndSlopeAtAKey)
     EXPECT_EQ(value, 1.0);
     EXPECT_EQ(slope, 0.5);
     EXPECT_FALSE(curve->evaluate(5u, &value, &slope));
+}
+
+// Either blocking-mode switch steps every span while it is on, and the curve
+// answers smoothly again from the first read after it goes off, also at the
+// time it evaluated last (the sweep shortcut must not keep the stepped span).
+TEST(CurveEvaluation, BlockingOverrideAppliesAtEveryRead)
+{
+    for (bool keyLevel : {false, true}) {
+        SCOPED_TRACE(keyLevel ? "key switch" : "curve switch");
+        auto curve = buildCurve(false, false, {{0, 0, 1, 0, 1, 0}, {1, 1, 1, 0, 1, 0}});
+        bool& override =
+            keyLevel ? Tkeyframe::fsOverrideTangentsForBlockingMode : TparamCurve::fsOverrideTangentsForBlockingMode;
+        double const smooth = curve->evaluate(0.25f);
+        override = true;
+        EXPECT_EQ(curve->evaluate(0.25f), 0.0) << "stepped while on";
+        EXPECT_EQ(curve->evaluate(0.5f), 0.0);
+        override = false;
+        EXPECT_NEAR(curve->evaluate(0.5f), ease(0.5), kTight) << "the span evaluated last, off again";
+        EXPECT_EQ(curve->evaluate(0.25f), smooth);
+    }
 }
 
 }  // namespace

@@ -430,6 +430,8 @@ private:
     bool siblingsOrSelf(bool allChannels, TparamCurve* channels[3]);
     static bool allChannelsAccept(TparamCurve* const channels[3], unsigned mask);
     bool storeValue(unsigned index, double value, float aux);
+    // Both static conditions for a key that joined or changed.
+    void recheckStatic(unsigned index);
     // The keys around `index` changed: drop the evaluation cache and renew
     // the interpolation methods of the spans that touch the key; the
     // tangents that depend on neighbours are rebuilt here.
