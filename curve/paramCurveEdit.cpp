@@ -21,6 +21,17 @@ std::unique_ptr<Tkeyframe> copyOf(Tkeyframe const* key)
     return key != nullptr ? std::make_unique<Tkeyframe>(*key) : nullptr;
 }
 
+// A neighbour of a shape-preserving insertion keeps the tangents it has on
+// both sides: computed types would re-derive them from the new neighbour and
+// reshape the spans beside the split one. Stepped out-types stay stepped.
+void holdTangents(Tkeyframe& key)
+{
+    key.setTanInType(kTangentFixed);
+    if (key.storedTanOutType() != kTangentStep && key.storedTanOutType() != kTangentStepNext) {
+        key.setTanOutType(kTangentFixed);
+    }
+}
+
 bool isNaNTime(TtimeValue const& time)
 {
     return !time.isTicks() && std::isnan(time.seconds());
@@ -305,12 +316,13 @@ bool TparamCurve::insertKey(Tkeyframe const& key, bool preserveShape)
         Tkeyframe* after = keyframe(index + 1);
         before->setTanOut(neighbours[0], neighbours[1]);
         after->setTanIn(neighbours[2], neighbours[3]);
-        if (before->storedTanOutType() != kTangentStep && before->storedTanOutType() != kTangentStepNext) {
-            before->setTanOutType(kTangentFixed);
-        }
-        after->setTanInType(kTangentFixed);
+        holdTangents(*before);
+        holdTangents(*after);
     }
     keysChangedAround(index, split);
+    if (reshapes) {
+        setSpanInterpMethod(index - 1);  // the span before the held neighbour may stop being linear
+    }
     recheckStatic(index);
     notifyClientsOfChange(inserted, TparamCurveModifiedMsg::kKeyInserted);
     change.modified();
