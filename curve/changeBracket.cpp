@@ -47,9 +47,7 @@ bool TparamCurve::beginChange(unsigned mask)
     }
     if (fChangeDepth == 0) {
         sModelUpdatesDisabled = false;
-        if (isMod() && !isReplaying() && fTangentJournal == nullptr && TcurveEditRecorder::installed() != nullptr) {
-            fTangentJournal = new TtangentJournal();
-        }
+        openTangentJournal();
         fChangeAnswer =
             askHelpers(this, TparamCurveHelperMsg::kBeginChange).anyOf(TparamCurveHelperMsg::kBeginAnswerBit);
     }

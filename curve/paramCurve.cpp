@@ -126,6 +126,16 @@ unsigned TparamCurve::indexOfKey(Tkeyframe const* key) const
     }
     // A key moved out of order (setTime leaves that to the caller) is not
     // where a search looks: find it by identity.
+    return slotOf(key);
+}
+
+bool TparamCurve::holdsKey(Tkeyframe const* key) const
+{
+    return key != nullptr && slotOf(key) != kArrayFailure;
+}
+
+unsigned TparamCurve::slotOf(Tkeyframe const* key) const
+{
     for (unsigned i = 0; i < arrayCount(); ++i) {
         if (keyframe(i) == key) {
             return i;

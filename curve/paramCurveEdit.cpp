@@ -569,9 +569,9 @@ bool TparamCurve::removeOne(unsigned index, Tkeyframe const* recordAs, Tkeyframe
             *key = *recordAs;
         }
         Tdelta* removal = recorder->keyRemoved(*this, key);
-        removal != nullptr ? static_cast<void>(addDelta(removal, false)) : delete key;
+        removal != nullptr ? static_cast<void>(addDelta(removal, false)) : deleteUnrecorded(key);
     } else {
-        delete key;  // no record takes it
+        deleteUnrecorded(key);  // no record takes it
     }
     // The keys that lost a neighbour: the one before the gap and the one after.
     recomputeWindow(index > 0 ? index - 1 : 0, index, kArrayFailure);
@@ -622,6 +622,16 @@ bool TparamCurve::swapKeyframes(TkeyframePtrList& keys)
     return true;
 }
 
+// Records made before refer to keys by address and compare the count to know
+// that they no longer describe the keys.
+void TparamCurve::deleteUnrecorded(Tkeyframe* key)
+{
+    if (key != nullptr) {
+        ++fUnrecordedDeletions;
+        delete key;
+    }
+}
+
 void TparamCurve::removeAllKeys(bool notify, bool allChannels)
 {
     TparamCurve* channels[3];
@@ -636,7 +646,10 @@ void TparamCurve::removeAllKeys(bool notify, bool allChannels)
             channel->notifyClientsOfChange(first, TparamCurveModifiedMsg::kKeyRemoved);
         }
         for (unsigned i = 0; i < n; ++i) {
-            delete channel->keyframe(i);
+            channel->deleteUnrecorded(channel->keyframe(i));
+        }
+        if (n > 0) {
+            ++channel->fSilentKeyDrops;  // handles heard nothing: they compare this
         }
         channel->replaceKeyArray();
         channel->fCurveFlags.set(kStaticBit);

@@ -65,16 +65,27 @@ void TparamCurve::generateCurveDeltas()
     }
 }
 
+void TparamCurve::openTangentJournal()
+{
+    TcurveEditRecorder* recorder = TcurveEditKit::recorder(*this);
+    if (recorder == nullptr || isReplaying() || fTangentJournal != nullptr) {
+        return;
+    }
+    fTangentJournal = new TtangentJournal();
+    fRecordsBeforeChange = recorder->recordCount(pendingDelta());
+}
+
+// The tangents travel with the last record the change made; a change that
+// recorded nothing (setValue, say) has nothing to undo them with.
 void TparamCurve::closeTangentJournal()
 {
     TtangentJournal* journal = fTangentJournal;
     fTangentJournal = nullptr;
-    if (journal == nullptr) {
-        return;
-    }
     TcurveEditRecorder* recorder = TcurveEditRecorder::installed();
-    if (!journal->empty() && recorder != nullptr) {
-        addDelta(recorder->tangentsRederived(*this, *journal), false);
+    if (journal != nullptr && !journal->empty() && recorder != nullptr && isMod() &&
+        recorder->recordCount(pendingDelta()) > fRecordsBeforeChange) {
+        recorder->attachTangents(pendingDelta(), journal);
+        return;
     }
     delete journal;
 }

@@ -9,7 +9,9 @@ thread_local TtimeValue sHandleTime;
 
 // --- ThandleData -------------------------------------------------------------------
 
-TkeyframeHandle::ThandleData::ThandleData(TparamCurve* curve, Tkeyframe* key) : fCurve(curve), fKey(key)
+TkeyframeHandle::ThandleData::ThandleData(TparamCurve* curve, Tkeyframe* key)
+    : fCurve(curve), fKey(key), fSilentDrops(curve != nullptr ? curve->silentKeyDrops() : 0),
+      fUnrecordedSeen(curve != nullptr ? curve->unrecordedDeletions() : 0), fSerial(key != nullptr ? key->serial() : 0)
 {
     if (fCurve != nullptr && fKey != nullptr) {
         fFlags |= kPresentMask;
@@ -44,7 +46,9 @@ void TkeyframeHandle::ThandleData::makeClient()
 void TkeyframeHandle::ThandleData::keyframeAddDelete(TclientServer*, TserverMsg const& msg)
 {
     auto const* change = keelCast<TkeyframeAddDeleteMsg>(&msg);
-    if (change == nullptr || change->key() != fKey || fKey == nullptr) {
+    // The message's key is alive while it is announced: its serial tells the
+    // handle's own key from a later one made at the same address.
+    if (change == nullptr || change->key() != fKey || fKey == nullptr || fKey->serial() != fSerial) {
         return;
     }
     if (change->added()) {
@@ -55,7 +59,40 @@ void TkeyframeHandle::ThandleData::keyframeAddDelete(TclientServer*, TserverMsg 
     // handle reads of it, since the key object may not outlive the removal.
     fDeletedTime = fKey->timeValue();
     fDeletedValue = fKey->value();
+    fUnrecordedSeen = fCurve != nullptr ? fCurve->unrecordedDeletions() : 0;
     fFlags &= ~kPresentMask;
+}
+
+// removeAllKeys and assignment delete keys without a message: the curve's
+// count of such drops tells the handle that its key went with them.
+bool TkeyframeHandle::ThandleData::droppedSilently() const
+{
+    return fCurve != nullptr && fCurve->silentKeyDrops() != fSilentDrops;
+}
+
+// A client hears every removal; any other handle trusts its flag only while
+// the curve has deleted no key without a record since the handle was made,
+// and otherwise looks for its key's address among the curve's keys, so that
+// it never reads a key that may be gone.
+bool TkeyframeHandle::ThandleData::keyOnCurve() const
+{
+    if ((fFlags & kPresentMask) == 0 || fKey == nullptr || fCurve == nullptr || droppedSilently()) {
+        return false;
+    }
+    bool const alive =
+        (fFlags & kRegisteredMask) != 0 || fCurve->unrecordedDeletions() == fUnrecordedSeen || fCurve->holdsKey(fKey);
+    return alive && fKey->serial() == fSerial;  // not a later key at the same address
+}
+
+// A key that left the curve lives on while an undo record holds it: the
+// curve has deleted no key without a record since the key left.
+bool TkeyframeHandle::ThandleData::keyObjectLives() const
+{
+    if (keyOnCurve()) {
+        return true;
+    }
+    return (fFlags & (kPresentMask | kRegisteredMask)) == kRegisteredMask && fKey != nullptr && fCurve != nullptr &&
+           !droppedSilently() && fCurve->unrecordedDeletions() == fUnrecordedSeen && fKey->serial() == fSerial;
 }
 
 void TkeyframeHandle::ThandleData::serverDeleted(TclientServer* from, TserverMsg const&)
@@ -161,6 +198,9 @@ void TkeyframeHandle::ensureUniqueData()
     fData->fFlags = shared->fFlags & ThandleData::kPresentMask;
     fData->fDeletedTime = shared->fDeletedTime;
     fData->fDeletedValue = shared->fDeletedValue;
+    fData->fSilentDrops = shared->fSilentDrops;
+    fData->fUnrecordedSeen = shared->fUnrecordedSeen;
+    fData->fSerial = shared->fSerial;
 }
 
 void TkeyframeHandle::makeClient()
@@ -174,7 +214,7 @@ void TkeyframeHandle::makeClient()
 
 Tkeyframe* TkeyframeHandle::keyframe() const
 {
-    return fData != nullptr ? fData->fKey : nullptr;
+    return fData != nullptr && fData->keyObjectLives() ? fData->fKey : nullptr;
 }
 
 TparamCurve* TkeyframeHandle::paramCurve() const
@@ -184,7 +224,7 @@ TparamCurve* TkeyframeHandle::paramCurve() const
 
 bool TkeyframeHandle::present() const
 {
-    return fData != nullptr && (fData->fFlags & ThandleData::kPresentMask) != 0;
+    return fData != nullptr && fData->keyOnCurve();
 }
 
 Tkeyframe const* TkeyframeHandle::liveKey() const
@@ -225,8 +265,11 @@ double TkeyframeHandle::seconds() const
 
 int TkeyframeHandle::index() const
 {
-    if (fData == nullptr || fData->fKey == nullptr || fData->fCurve == nullptr) {
+    if (fData == nullptr || fData->fKey == nullptr || fData->fCurve == nullptr || fData->droppedSilently()) {
         return -1;
+    }
+    if (!present() && (fData->fFlags & ThandleData::kPresentMask) != 0) {
+        return -1;  // gone without the handle hearing: the time it went at is unknown
     }
     unsigned found = 0;
     return fData->fCurve->findStoredTime(timeValueRef(), found) ? static_cast<int>(found) : -1;
@@ -242,7 +285,7 @@ double TkeyframeHandle::value() const
 
 bool TkeyframeHandle::getTanIn(float& x, float& y) const
 {
-    Tkeyframe const* key = liveKey();
+    Tkeyframe const* key = keyframe();
     if (key != nullptr) {
         key->getTanIn(x, y);
     }
@@ -251,7 +294,7 @@ bool TkeyframeHandle::getTanIn(float& x, float& y) const
 
 bool TkeyframeHandle::getTanOut(float& x, float& y) const
 {
-    Tkeyframe const* key = liveKey();
+    Tkeyframe const* key = keyframe();
     if (key != nullptr) {
         key->getTanOut(x, y);
     }

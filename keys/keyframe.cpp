@@ -6,6 +6,7 @@
 #include "keelanim/base/translator.h"
 #include "keelanim/keys/pickParts.h"
 
+#include <atomic>
 #include <bit>
 #include <cmath>
 #include <cstdlib>
@@ -102,6 +103,13 @@ bool keyTangentDefaults(TtangentType& in, TtangentType& out)
 }  // namespace
 
 bool Tkeyframe::fsOverrideTangentsForBlockingMode = false;
+
+std::uint32_t Tkeyframe::nextSerial()
+{
+    // Keys are made on whatever thread uses their curve.
+    static std::atomic<std::uint32_t> counter{0};
+    return counter.fetch_add(1, std::memory_order_relaxed) + 1;
+}
 
 // --- Construction --------------------------------------------------------------
 

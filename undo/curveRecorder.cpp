@@ -5,7 +5,6 @@
 #include "curve/detail/editRecorder.h"
 #include "keelanim/curve/paramCurve.h"
 #include "keelanim/undo/deltaCollection.h"
-#include "undo/keyTangentsDelta.h"
 
 namespace {
 
@@ -73,9 +72,24 @@ public:
         return new TPCDweightedTangents(&curve, wasWeighted);
     }
     Tdelta* curveSnapshot(TparamCurve& curve) override { return new TPCDcurveDelta(&curve); }
-    Tdelta* tangentsRederived(TparamCurve& curve, TtangentJournal const& journal) override
+
+    unsigned recordCount(Tdelta const* pending) const override
     {
-        return new TPCDkeyTangents(&curve, journal);
+        if (pending == nullptr) {
+            return 0;
+        }
+        auto const* step = keelCast<TparamCurveDeltaComp>(const_cast<Tdelta*>(pending));
+        return step != nullptr ? step->length() : 1;
+    }
+    void attachTangents(Tdelta* pending, TtangentJournal* tangents) override
+    {
+        auto* step = keelCast<TparamCurveDeltaComp>(pending);
+        Tdelta* last = step != nullptr && step->length() > 0 ? step->delta(step->length() - 1) : pending;
+        if (auto* record = keelCast<TparamCurveDelta>(last)) {
+            record->attachRederivedTangents(tangents);
+        } else {
+            delete tangents;
+        }
     }
 
     // A second record turns the pending one into a curve composite; later

@@ -1,5 +1,6 @@
 #include "keelanim/undo/deltaCollection.h"
 
+#include "curve/detail/editKit.h"
 #include "keelanim/base/messageCenter.h"
 #include "keelanim/curve/paramCurve.h"
 
@@ -70,8 +71,25 @@ void TparamCurveDeltaComp::setIsUndone(bool undone)
     }
 }
 
+// A step replays whole or not at all: every curve it touches is asked first,
+// with each record's replay mask, as edits on several channels are.
+bool TparamCurveDeltaComp::curvesAccept() const
+{
+    for (Tdelta* delta : fChildren) {
+        auto* record = keelCast<TparamCurveDelta>(delta);
+        if (record != nullptr && !record->inert() &&
+            !TchangeScope(*record->paramCurve(), record->replayMask()).open()) {
+            return false;
+        }
+    }
+    return true;
+}
+
 bool TparamCurveDeltaComp::undo()
 {
+    if (!curvesAccept()) {
+        return false;
+    }
     TparamCurve::TreplayScope const replaying;
     for (Tdelta* delta : fChildren) {
         if (auto* record = keelCast<TparamCurveDelta>(delta)) {
@@ -86,6 +104,9 @@ bool TparamCurveDeltaComp::undo()
 
 bool TparamCurveDeltaComp::redo()
 {
+    if (!curvesAccept()) {
+        return false;
+    }
     TparamCurve::TreplayScope const replaying;
     bool const done = TdeltaComposite::redo();
     setIsUndone(false);

@@ -2,6 +2,7 @@
 
 #include "keelanim/curve/paramCurve.h"
 #include "keelanim/keys/pickParts.h"
+#include "undo/recordReplay.h"
 
 #include <cmath>
 
@@ -122,9 +123,14 @@ void TPCDdragTan::getCurrentPosition(float& x, float& y) const
     y = fCurrentY;
 }
 
-bool TPCDdragTan::restore(TtangentType type, TtangentType otherType)
+unsigned TPCDdragTan::replayMask() const
 {
-    if (fParamCurve == nullptr || fIndex >= fParamCurve->keyframeCount()) {
+    return TparamCurve::kChangeTangentType;
+}
+
+bool TPCDdragTan::restore(TtangentType type, TtangentType otherType, bool undoing)
+{
+    if (inert() || fIndex >= fParamCurve->keyframeCount()) {
         return false;
     }
     // Positions come back through tangent dragging, which the engine does
@@ -132,17 +138,19 @@ bool TPCDdragTan::restore(TtangentType type, TtangentType otherType)
     if (type == otherType) {
         return false;
     }
-    return fParamCurve->setTangentTypeHelper(fIndex, type, fInTangent ? kPickInTangentBit : kPickOutTangentBit);
+    TrecordReplay replaying(*this, undoing);
+    return replaying.open() && replaying.finish(fParamCurve->setTangentTypeHelper(
+                                   fIndex, type, fInTangent ? kPickInTangentBit : kPickOutTangentBit));
 }
 
 bool TPCDdragTan::undo()
 {
-    return restore(fPreviousType, fCurrentType);
+    return restore(fPreviousType, fCurrentType, true);
 }
 
 bool TPCDdragTan::redo()
 {
-    return restore(fCurrentType, fPreviousType);
+    return restore(fCurrentType, fPreviousType, false);
 }
 
 // --- TPCDdragSegment ------------------------------------------------------------------------------------------------

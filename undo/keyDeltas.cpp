@@ -1,6 +1,8 @@
 #include "keelanim/undo/keyDeltas.h"
 
+#include "curve/detail/editRecorder.h"
 #include "keelanim/curve/paramCurve.h"
+#include "undo/recordReplay.h"
 
 #include <utility>
 
@@ -12,14 +14,45 @@ KEEL_DEFINE_METACLASS(TPCDblockAddRemoveKey, &TparamCurveDeltaTmeta);
 // --- TparamCurveDelta ----------------------------------------------------------------------
 
 TparamCurveDelta::TparamCurveDelta(TparamCurve* curve, Tkeyframe* key)
-    : Tdelta(curve), fParamCurve(curve), fKeyframe(key)
+    : Tdelta(curve), fParamCurve(curve), fKeyframe(key),
+      fUnrecordedDeletions(curve != nullptr ? curve->unrecordedDeletions() : 0)
 {
 }
 
 TparamCurveDelta::TparamCurveDelta(TparamCurveDelta const& other)
     : Tdelta(other.fParamCurve), ZPtrBase(other), fParamCurve(other.fParamCurve), fKeyframe(other.fKeyframe),
-      fIsUndone(other.fIsUndone)
+      fIsUndone(other.fIsUndone),
+      fRederived(other.fRederived != nullptr ? new TtangentJournal(*other.fRederived) : nullptr),
+      fUnrecordedDeletions(other.fUnrecordedDeletions)
 {
+}
+
+TparamCurveDelta::~TparamCurveDelta()
+{
+    delete fRederived;
+}
+
+void TparamCurveDelta::attachRederivedTangents(TtangentJournal* tangents)
+{
+    if (tangents == nullptr) {
+        return;
+    }
+    if (fRederived == nullptr) {
+        fRederived = tangents;
+        return;
+    }
+    fRederived->merge(*tangents);
+    delete tangents;
+}
+
+unsigned TparamCurveDelta::replayMask() const
+{
+    return TparamCurve::kChangeAll;
+}
+
+bool TparamCurveDelta::inert() const
+{
+    return fParamCurve == nullptr || fParamCurve->unrecordedDeletions() != fUnrecordedDeletions;
 }
 
 // --- TPCDaddRemoveKey -------------------------------------------------------------------------
@@ -74,21 +107,32 @@ TPCDaddRemoveKey::TdeltaType TPCDaddRemoveKey::deltaType() const
 void TPCDaddRemoveKey::preUndo()
 {
     unsigned index = 0;
-    if (fDeltaType == kAdded && fParamCurve != nullptr && fKey != nullptr) {
+    if (fDeltaType == kAdded && !inert() && fKey != nullptr) {
         fParamCurve->find(fParamCurve->timeValue(fKey), index);
         fRecordedIndex = index;
     }
 }
 
+// The key that time() and value() describe: the one on the curve for a
+// replacement, else the stored one. A key the curve owns is read only while
+// the record still describes the curve's keys.
+Tkeyframe const* TPCDaddRemoveKey::describedKey() const
+{
+    if (fDeltaType == kReplaced) {
+        return inert() ? nullptr : fKeyframe;
+    }
+    return fHoldsKey || fOwnsCopy || !inert() ? fKey : nullptr;
+}
+
 TtimeValue TPCDaddRemoveKey::time() const
 {
-    Tkeyframe const* key = fDeltaType == kReplaced ? fKeyframe : fKey;
+    Tkeyframe const* key = describedKey();
     return key != nullptr ? key->timeValue() : TtimeValue();
 }
 
 double TPCDaddRemoveKey::value() const
 {
-    Tkeyframe const* key = fDeltaType == kReplaced ? fKeyframe : fKey;
+    Tkeyframe const* key = describedKey();
     return key != nullptr ? key->value() : 0.0;
 }
 
@@ -132,12 +176,21 @@ bool TPCDaddRemoveKey::swapWithCurve()
 
 bool TPCDaddRemoveKey::undo()
 {
-    return replay(true);
+    return replayInBracket(true);
 }
 
 bool TPCDaddRemoveKey::redo()
 {
-    return replay(false);
+    return replayInBracket(false);
+}
+
+bool TPCDaddRemoveKey::replayInBracket(bool undoing)
+{
+    if (inert() || fOwnsCopy) {
+        return false;
+    }
+    TrecordReplay replaying(*this, undoing);
+    return replaying.open() && replaying.finish(replay(undoing));
 }
 
 // Undoing an addition and redoing a removal both take the key back out.
@@ -198,15 +251,19 @@ void TPCDinsertKey::exchangeNeighbours(unsigned keyIndex)
 
 bool TPCDinsertKey::undo()
 {
-    if (fParamCurve == nullptr || fOwnsCopy) {
+    if (inert() || fOwnsCopy) {
+        return false;
+    }
+    TrecordReplay replaying(*this, true);
+    if (!replaying.open()) {
         return false;
     }
     unsigned const index = fParamCurve->indexOfKey(fKey);
-    bool const done = TPCDaddRemoveKey::undo();
+    bool const done = replay(true);
     if (done) {
         exchangeNeighbours(index);
     }
-    return done;
+    return replaying.finish(done);
 }
 
 // The mirror of undo: the neighbours take their inserted-state contents
@@ -214,13 +271,17 @@ bool TPCDinsertKey::undo()
 // does the key come back.
 bool TPCDinsertKey::redo()
 {
-    if (fParamCurve == nullptr || fOwnsCopy || !fHoldsKey) {
+    if (inert() || fOwnsCopy || !fHoldsKey) {
+        return false;
+    }
+    TrecordReplay replaying(*this, false);
+    if (!replaying.open()) {
         return false;
     }
     unsigned index = 0;
     fParamCurve->findStoredTime(fKey->timeValue(), index);
     exchangeNeighbours(index);
-    return TPCDaddRemoveKey::redo();
+    return replaying.finish(replay(false));
 }
 
 // --- TPCDblockAddRemoveKey ----------------------------------------------------------------------------
@@ -310,16 +371,20 @@ bool TPCDblockAddRemoveKey::removeBlock()
 
 bool TPCDblockAddRemoveKey::undo()
 {
-    if (fParamCurve == nullptr) {
-        return false;
-    }
-    return fType == kBlockAdded ? removeBlock() : addBlock();
+    return replayInBracket(true);
 }
 
 bool TPCDblockAddRemoveKey::redo()
 {
-    if (fParamCurve == nullptr) {
+    return replayInBracket(false);
+}
+
+// Undoing an addition and redoing a removal both take the block out.
+bool TPCDblockAddRemoveKey::replayInBracket(bool undoing)
+{
+    if (inert()) {
         return false;
     }
-    return fType == kBlockAdded ? addBlock() : removeBlock();
+    TrecordReplay replaying(*this, undoing);
+    return replaying.open() && replaying.finish((fType == kBlockAdded) == undoing ? removeBlock() : addBlock());
 }

@@ -1,6 +1,8 @@
 #include "keelanim/undo/settingDeltas.h"
 
+#include "keelanim/curve/curveMessages.h"
 #include "keelanim/curve/paramCurve.h"
+#include "undo/recordReplay.h"
 
 #include <utility>
 
@@ -17,22 +19,29 @@ TPCDinfinityType::TPCDinfinityType(TparamCurve* curve, bool pre, TparamCurveEnum
 {
 }
 
-bool TPCDinfinityType::apply(TparamCurveEnums::TinfinityType type)
+bool TPCDinfinityType::apply(TparamCurveEnums::TinfinityType type, bool undoing)
 {
-    if (fParamCurve == nullptr) {
+    if (inert()) {
         return false;
     }
-    return fPre ? fParamCurve->setPreInfinityType(type) : fParamCurve->setPostInfinityType(type);
+    TrecordReplay replaying(*this, undoing);
+    return replaying.open() &&
+           replaying.finish(fPre ? fParamCurve->setPreInfinityType(type) : fParamCurve->setPostInfinityType(type));
+}
+
+unsigned TPCDinfinityType::replayMask() const
+{
+    return TparamCurve::kChangeInfinity;
 }
 
 bool TPCDinfinityType::undo()
 {
-    return apply(fPrevious);
+    return apply(fPrevious, true);
 }
 
 bool TPCDinfinityType::redo()
 {
-    return apply(fCurrent);
+    return apply(fCurrent, false);
 }
 
 TPCDbreakdown::TPCDbreakdown(TparamCurve* curve, unsigned index, bool wasBreakdown)
@@ -41,17 +50,27 @@ TPCDbreakdown::TPCDbreakdown(TparamCurve* curve, unsigned index, bool wasBreakdo
 {
 }
 
+unsigned TPCDbreakdown::replayMask() const
+{
+    return TparamCurve::kChangeTime;
+}
+
 bool TPCDbreakdown::undo()
 {
-    if (fParamCurve == nullptr || fParamCurve->keyframe(fIndex) == nullptr) {
+    if (inert() || fParamCurve->keyframe(fIndex) == nullptr) {
+        return false;
+    }
+    TrecordReplay replaying(*this, fEditInEffect);
+    if (!replaying.open()) {
         return false;
     }
     bool const current = fParamCurve->breakdown(fIndex);
     bool const done = fParamCurve->setBreakdown(fIndex, fWasBreakdown);
     if (done) {
         fWasBreakdown = current;
+        fEditInEffect = !fEditInEffect;
     }
-    return done;
+    return replaying.finish(done);
 }
 
 TPCDweightedTangents::TPCDweightedTangents(TparamCurve* curve, bool wasWeighted)
@@ -59,15 +78,29 @@ TPCDweightedTangents::TPCDweightedTangents(TparamCurve* curve, bool wasWeighted)
 {
 }
 
+unsigned TPCDweightedTangents::replayMask() const
+{
+    return TparamCurve::kChangeNothing;
+}
+
+// The keys' converted tangents come back through the whole-curve snapshot
+// recorded with this record; here only the flag changes, announced as the
+// edit announced it.
 bool TPCDweightedTangents::undo()
 {
-    if (fParamCurve == nullptr) {
+    if (inert()) {
+        return false;
+    }
+    TrecordReplay replaying(*this, fEditInEffect);
+    if (!replaying.open()) {
         return false;
     }
     bool const current = fParamCurve->isWeighted();
     fParamCurve->setWeightedFlag(fWasWeighted);
     fWasWeighted = current;
-    return true;
+    fEditInEffect = !fEditInEffect;
+    fParamCurve->notifyClientsOfChange(fParamCurve->keyframe(0), TparamCurveModifiedMsg::kWeightingChanged);
+    return replaying.finish(true);
 }
 
 // --- TPCDcurveDelta ------------------------------------------------------------------------------------------
@@ -92,11 +125,23 @@ TPCDcurveDelta::~TPCDcurveDelta()
     }
 }
 
+// A snapshot holds copies of its keys, not addresses: it stays valid after
+// the curve deleted keys without records.
 bool TPCDcurveDelta::undo()
 {
     if (fParamCurve == nullptr) {
         return false;
     }
+    TrecordReplay replaying(*this, fEditInEffect);
+    if (!replaying.open() || !replaying.finish(swapWithCurve())) {
+        return false;
+    }
+    fEditInEffect = !fEditInEffect;
+    return true;
+}
+
+bool TPCDcurveDelta::swapWithCurve()
+{
     // Keys at the same times exchange contents, so that the key objects, and
     // the other records and handles that name them, stay on the curve.
     bool sameTimes = fData.count() == fParamCurve->keyframeCountAll();

@@ -31,7 +31,8 @@ struct TkeyTangents {
 
 // The tangents that one outermost change re-derived from the tangent types,
 // before and after, in the order the keys were first touched. Replaying a
-// step does not re-derive tangents: it puts these back.
+// step does not re-derive tangents: the record made last in the change
+// carries these and puts them back.
 class TtangentJournal {
 public:
     struct Tentry {
@@ -50,6 +51,13 @@ public:
             }
         }
         fEntries.push_back({key, before, after});
+    }
+    // Notes every entry of a later journal of the same keys.
+    void merge(TtangentJournal const& later)
+    {
+        for (Tentry const& entry : later.fEntries) {
+            note(entry.fKey, entry.fBefore, entry.fAfter);
+        }
     }
     bool empty() const { return fEntries.empty(); }
     std::vector<Tentry> const& entries() const { return fEntries; }
@@ -90,10 +98,13 @@ public:
     virtual Tdelta* weightingChanged(TparamCurve& curve, bool wasWeighted) = 0;
     // Every key of the curve as it is now.
     virtual Tdelta* curveSnapshot(TparamCurve& curve) = 0;
-    // The tangents the change re-derived (the journal is not empty).
-    virtual Tdelta* tangentsRederived(TparamCurve& curve, TtangentJournal const& journal) = 0;
 
     // --- Collection ------------------------------------------------------------
+    // How many records a modification's pending record holds (0 for null).
+    virtual unsigned recordCount(Tdelta const* pending) const = 0;
+    // Hands the tangents a change re-derived to the last record of the
+    // pending record, which takes ownership of them.
+    virtual void attachTangents(Tdelta* pending, TtangentJournal* tangents) = 0;
     // Combines a record offered to a modification with the one already
     // pending there (both non-null). Answers the new pending record (it may
     // be `pending` itself), disposes of whatever it did not keep, and sets

@@ -86,6 +86,58 @@ TEST(KeyHandles, DeletionAndReinsertionAsUndoDoes)
     EXPECT_EQ(onRevived.index(), 1);
 }
 
+// Keys that leave without a message (all keys at once, assignment) or that
+// are deleted without an undo record are never read through a handle again,
+// registered or not; the sanitizer pass checks that nothing is read.
+TEST(KeyHandles, HandlesNeverReadDeletedKeys)
+{
+    using Tdrop = void (*)(TparamCurve&);
+    Tdrop const drops[] = {
+        [](TparamCurve& curve) { curve.removeAllKeys(); },
+        [](TparamCurve& curve) {
+            curve = *floatCurve({{1.0f, 7.0}});
+        },
+        [](TparamCurve& curve) { curve.remove(1); },
+    };
+    for (Tdrop drop : drops) {
+        auto curve = floatCurve({{0.0f, 0.0}, {1.0f, 5.0}});
+        TkeyframeHandle client(curve.get(), 1u, true);
+        TkeyframeHandle bystander(curve.get(), 1u, false);
+        drop(*curve);
+        curve->add(Tkeyframe(1.0f, 9.0, kTangentFixed, kTangentFixed));  // a new key at the same time
+        for (TkeyframeHandle const* handle : {&client, &bystander}) {
+            float x = 0;
+            float y = 0;
+            EXPECT_FALSE(handle->present());
+            EXPECT_EQ(handle->keyframe(), nullptr);
+            EXPECT_FALSE(handle->getTanIn(x, y));
+            EXPECT_NE(handle->value(), 9.0) << "never the new key's value";
+        }
+        EXPECT_EQ(bystander.index(), -1);
+    }
+}
+
+// A key removed inside a modification lives on in its undo record: its
+// handle still answers the key's tangents.
+TEST(KeyHandles, RemovedKeysHeldByARecordAnswerTheirTangents)
+{
+    auto curve = floatCurve({{0.0f, 0.0}, {1.0f, 5.0}});
+    curve->keyframe(1)->setTanIn(2.0f, 3.0f);
+    TkeyframeHandle client(curve.get(), 1u, true);
+    TparamCurveDeltaUser user;
+    user.beginParamCurveMod(*curve);
+    curve->remove(1);
+    user.endParamCurveMod(*curve);
+    float x = 0;
+    float y = 0;
+    EXPECT_FALSE(client.present());
+    ASSERT_TRUE(client.getTanIn(x, y));
+    EXPECT_EQ(x, 2.0f);
+    EXPECT_EQ(y, 3.0f);
+    user.undoPC();
+    EXPECT_TRUE(client.present());
+}
+
 TEST(KeyHandles, CurveDeletionEmptiesRegisteredHandles)
 {
     auto curve = floatCurve({{0.0f, 3.0}});

@@ -1,10 +1,12 @@
 // Undo loses nothing: random edits recorded in one or several modifications
 // undo to the exact curve they started from and redo to the exact edited one.
 
+#include "support/curveBuilders.h"
 #include "support/museum.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <random>
 #include <sstream>
@@ -30,6 +32,21 @@ std::string stateOf(TparamCurve const& curve)
             << (key->flags().word() & ~std::uint64_t(kPickPartsMask)) << ' ' << key->quatComponent() << '\n';
     }
     return out.str();
+}
+
+// Steps hold the records the edits name, nothing else: observers and plug-ins
+// see exactly those.
+bool holdsOnlyNamedRecords(TparamCurveDeltaComp const& step)
+{
+    static Tmetaclass* const named[] = {TPCDaddRemoveKeyTmeta, TPCDinsertKeyTmeta, TPCDblockAddRemoveKeyTmeta,
+                                        TPCDinfinityTypeTmeta, TPCDbreakdownTmeta, TPCDweightedTangentsTmeta,
+                                        TPCDcurveDeltaTmeta};
+    for (unsigned i = 0; i < step.length(); ++i) {
+        if (std::find(std::begin(named), std::end(named), step.delta(i)->typeof()) == std::end(named)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 class TrandomEditor {
@@ -130,6 +147,7 @@ TEST(UndoRoundTrip, TenThousandRandomSequencesUndoAndRedoExactly)
             user.endParamCurveMod(*curve);
         }
         std::string const edited = stateOf(*curve);
+        ASSERT_TRUE(holdsOnlyNamedRecords(user.step())) << "sequence " << sequence;
         user.undoPC();
         ASSERT_EQ(stateOf(*curve), original) << "sequence " << sequence << " undo";
         user.redoPC();
@@ -176,6 +194,100 @@ TEST(UndoRoundTrip, MuseumCurvesSurviveEditAndUndo)
         user.endParamCurveMod(*curve);
         user.undoPC();
         EXPECT_EQ(stateOf(*curve), original) << exhibit.fName;
+    }
+}
+
+// A helper that refuses every change a curve asks about.
+void refuseEverything(Tclient*, TclientServer*, TserverMsg const& msg)
+{
+    if (auto const* question = keelCast<TparamCurveHelperMsg>(&msg);
+        question != nullptr && question->kind() == TparamCurveHelperMsg::kAskBeforeChange) {
+        question->setAnswer(TbitField32(0u));
+    }
+}
+
+// Undo and redo on a locked or vetoed curve are refused as edits are: the
+// curve stays bit-identical and nobody hears anything; once the lock or the
+// veto is gone, the same step undoes exactly.
+TEST(UndoRoundTrip, RefusedReplayChangesNothingAndSaysNothing)
+{
+    TrandomEditor editor(31);
+    Tclient vetoer;
+    for (int sequence = 0; sequence < 1000; ++sequence) {
+        bool const veto = sequence % 2 == 1;
+        auto curve = randomCurve(editor, sequence % 4 < 2);
+        std::string const original = stateOf(*curve);
+        TparamCurveDeltaUser user;
+        user.beginParamCurveMod(*curve);
+        for (unsigned e = 1 + editor.random()() % 6; e > 0; --e) {
+            editor.edit(*curve);
+        }
+        user.endParamCurveMod(*curve);
+        std::string const edited = stateOf(*curve);
+        keeltest::TmessageLog heard;
+        curve->addClient(&heard, TparamCurveModifiedMsgTmeta, &keeltest::TmessageLog::heard);
+        TparamCurve::addGlobalClient(&heard, &keeltest::TmessageLog::heard);
+        if (veto) {
+            TparamCurve::addGlobalHelper(&vetoer, &refuseEverything);
+            curve->setCurveFlag(TparamCurve::kAskHelpersBit, true);
+        } else {
+            curve->setLockedParams(~0u);
+        }
+        user.undoPC();
+        ASSERT_EQ(stateOf(*curve), edited) << "sequence " << sequence << (veto ? " vetoed" : " locked");
+        ASSERT_TRUE(heard.fEntries.empty()) << "sequence " << sequence;
+        TparamCurve::globalMsgDepot().removeClient(&vetoer);
+        TparamCurve::removeGlobalClient(&heard);
+        curve->setCurveFlag(TparamCurve::kAskHelpersBit, false);
+        curve->setLockedParams(0);
+        user.undoPC();
+        ASSERT_EQ(stateOf(*curve), original) << "sequence " << sequence << " undone once allowed";
+        user.redoPC();
+        ASSERT_EQ(stateOf(*curve), edited) << "sequence " << sequence << " redone";
+    }
+}
+
+// Edits that record nothing make no step: setValue is not undoable.
+TEST(UndoSteps, AModificationOfUnrecordedEditsMakesNoStep)
+{
+    auto curve = keeltest::floatCurve({{0.0f, 0.0}, {1.0f, 1.0}, {2.0f, 0.0}});
+    curve->setTangentType(1, kTangentSpline, kTangentSpline);
+    TparamCurveDeltaUser user;
+    user.beginParamCurveMod(*curve);
+    EXPECT_TRUE(curve->setValue(1, 3.0));
+    EXPECT_FALSE(user.endParamCurveMod(*curve)) << "nothing was recorded";
+    EXPECT_EQ(user.step().length(), 0u);
+}
+
+// Keys deleted without a record (all keys at once, assignment, a removal
+// outside a modification) are never read again by the records made before:
+// those records are inert. The sanitizer pass checks that nothing is read.
+TEST(UndoSteps, RecordsOfDeletedKeysAreInert)
+{
+    using Tdrop = void (*)(TparamCurve&);
+    Tdrop const drops[] = {
+        [](TparamCurve& curve) { curve.removeAllKeys(); },
+        [](TparamCurve& curve) { curve = TparamCurve(true); },
+        [](TparamCurve& curve) {
+            curve.endMod();
+            curve.remove(1);
+            curve.beginMod();
+        },
+    };
+    for (Tdrop drop : drops) {
+        auto curve = keeltest::floatCurve({{0.0f, 0.0}, {1.0f, 1.0}, {2.0f, 0.0}});
+        curve->setTangentType(0, kTangentSpline, kTangentSpline);
+        TparamCurveDeltaUser user;
+        user.beginParamCurveMod(*curve);
+        curve->add(Tkeyframe(1.5f, 4.0, kTangentSpline, kTangentSpline));
+        curve->setValue(1, 2.0);
+        drop(*curve);
+        std::string const dropped = stateOf(*curve);
+        user.endParamCurveMod(*curve);
+        user.undoPC();
+        EXPECT_EQ(stateOf(*curve), dropped);
+        user.redoPC();
+        EXPECT_EQ(stateOf(*curve), dropped);
     }
 }
 

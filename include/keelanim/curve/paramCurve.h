@@ -122,6 +122,9 @@ public:
     // The index of this key object, or kArrayFailure when it is not a key of
     // this curve.
     unsigned indexOfKey(Tkeyframe const* key) const;
+    // Whether this key object is one of the curve's keys, found by address
+    // alone: the key is never read, so it may be a deleted one.
+    bool holdsKey(Tkeyframe const* key) const;
     // A key's time as the host sees it: in the curve's form, tick times
     // mapped through the non-linear-editing clip. Zero seconds for null.
     TtimeValue timeValue(unsigned index) const;
@@ -306,6 +309,14 @@ public:
     static bool isReplaying();
     // The number of keys in the array, hidden ones included.
     unsigned keyframeCountAll() const { return arrayCount(); }
+    // Counts the times keys left the curve without a TkeyframeAddDeleteMsg
+    // (removeAllKeys, assignment): a handle compares it to know that its key
+    // is gone even though it heard nothing.
+    unsigned silentKeyDrops() const { return fSilentKeyDrops; }
+    // Counts the key deletions that no undo record took (the above, and
+    // removals outside a modification or without removal records): records
+    // made before such a deletion are inert.
+    unsigned unrecordedDeletions() const { return fUnrecordedDeletions; }
 
     // --- Infinities (curve/paramCurveEdit.cpp) -----------------------------
     TparamCurveEnums::TinfinityType preInfinityType() const { return fPreInfinity; }
@@ -395,6 +406,8 @@ private:
 
     // Storage helpers shared by the edits.
     unsigned arrayCount() const { return fTickKeys != nullptr ? fTickKeys->count() : fFloatKeys->count(); }
+    // The slot holding this key object, compared by address only.
+    unsigned slotOf(Tkeyframe const* key) const;
     bool acceptsTimeForm(TtimeValue const& time) const;
     TtimeValue storedTime(TtimeValue const& time) const;
     Tkeyframe* newKeyCopy(Tkeyframe const& source) const;
@@ -413,10 +426,14 @@ private:
     // given, else recorded for undo (as `record` when given), else deleted.
     bool removeOne(unsigned index, Tkeyframe const* record, Tkeyframe** detached);
     bool placeKey(Tkeyframe* key, bool keepTangents, bool returning);
+    // Deletes a key object that no undo record takes.
+    void deleteUnrecorded(Tkeyframe* key);
     // Records `delta` when a modification is open; deletes it otherwise.
     void record(Tdelta* delta);
-    // Hands the tangents re-derived in the outermost change just closing to
-    // the recorder.
+    // The journal of the tangents an outermost change re-derives, opened
+    // when the change begins in a modification; closing hands it to the
+    // last record the change made.
+    void openTangentJournal();
     void closeTangentJournal();
     bool setKeyFlag(unsigned index, unsigned mask, Tkeyframe::TflagBit bit, bool on, int kind);
     bool readsNeighbourTangents(unsigned index) const;
@@ -462,8 +479,13 @@ private:
     unsigned fLockedParams = 0;
     TkeyframeIndexTable* fRecordedIndices = nullptr;
     unsigned fRecordedIndicesDepth = 0;
-    // The re-derived tangents of the change in progress, in a modification.
+    // The re-derived tangents of the change in progress, in a modification,
+    // and how many records the modification held when the change began.
     TtangentJournal* fTangentJournal = nullptr;
+    unsigned fRecordsBeforeChange = 0;
+    // Keys deleted without an add/delete message / without a record.
+    unsigned fSilentKeyDrops = 0;
+    unsigned fUnrecordedDeletions = 0;
     T2dAnimCurve* fTangentSegment = nullptr;
     // What evaluation remembers between calls lives in a private evaluator,
     // built in place here so that evaluation reaches it without a pointer

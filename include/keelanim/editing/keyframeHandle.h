@@ -39,12 +39,17 @@ public:
         TparamCurve* curve() const { return fCurve; }
         Tkeyframe* key() const { return fKey; }
         unsigned refCount() const { return fRefCount; }
+        // Whether the key is on the curve; whether the key object still
+        // exists (on the curve, or held by an undo record since it left).
+        bool keyOnCurve() const;
+        bool keyObjectLives() const;
 
     private:
         friend class TkeyframeHandle;
         static void keyframeAddDeleteCB(Tclient* client, TclientServer* server, TserverMsg const& msg);
         static void serverDeletedCB(Tclient* client, TclientServer* server, TserverMsg const& msg);
         TclientServer* server() const;
+        bool droppedSilently() const;
 
         std::uint32_t fFlags = 0;
         TparamCurve* fCurve;
@@ -53,6 +58,11 @@ public:
         // The key's time and value when it left the curve, read while absent.
         TtimeValue fDeletedTime;
         double fDeletedValue = 0.0;
+        // The curve's count of silent key drops when the data was made, and
+        // of unrecorded deletions when the data last knew where its key was.
+        unsigned fSilentDrops = 0;
+        unsigned fUnrecordedSeen = 0;
+        std::uint32_t fSerial = 0;  // of the key, telling it from a later one
     };
 
     // --- Construction ------------------------------------------------------
@@ -75,6 +85,8 @@ public:
     void makeClient();
 
     // --- The key -----------------------------------------------------------
+    // The key object, or null once it no longer exists (deleted without an
+    // undo record taking it, or dropped with all the curve's keys).
     Tkeyframe* keyframe() const;
     TparamCurve* paramCurve() const;
     bool present() const;
@@ -88,6 +100,8 @@ public:
     // The key's index on its curve, or -1 when no key lies at its time.
     int index() const;
     double value() const;
+    // The key's tangents, also after it left the curve while its key object
+    // lives (an undo record holds it); false when it does not.
     bool getTanIn(float& x, float& y) const;
     bool getTanOut(float& x, float& y) const;
 

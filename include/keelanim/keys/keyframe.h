@@ -116,6 +116,10 @@ public:
     // component into quatComponent (infinite beyond +-DBL_MAX, 0 when tiny).
     bool setTimeAndValue(TtimeValue const& time, double value, double aux);
     float quatComponent() const { return fQuatComponent; }
+    // A number no other key object made by this process has had (until 2^32
+    // keys later): it tells a key apart from a later one made at the same
+    // address, which is how handles notice that their key was replaced.
+    std::uint32_t serial() const { return fSerial; }
 
     // --- Tangents ----------------------------------------------------------
     void getTanIn(float& x, float& y) const
@@ -201,6 +205,7 @@ public:
     friend bool operator!=(Tkeyframe const& a, Tkeyframe const& b) { return !(a == b); }
 
 private:
+    static std::uint32_t nextSerial();
     void initialise(TtangentType in, TtangentType out);
     // Tick keys read as stepped while the blocking override is on, unless a
     // file is being written; the cheap tests come first.
@@ -218,6 +223,8 @@ private:
     TbitField64 fFlags;
     float* fEulerSampleCache = nullptr;
     float fQuatComponent = 1.0f;
+    // Fresh for every key object made, copies included; assignment keeps it.
+    std::uint32_t fSerial = nextSerial();
 };
 
 // TNLEData: maps key tick times through a non-linear-editing clip to host

@@ -11,7 +11,17 @@
 // number and name. Records never merge by themselves; the collection does
 // (TparamCurveDeltaComp). A record whose curve was invalidated is inert.
 // Records replay through the curve's own operations, inside its change
-// bracket, so that a refused change leaves the curve as it is.
+// bracket, so that a refused change leaves the curve exactly as it is.
+//
+// A record also carries the tangents that its edit re-derived from the
+// tangent types (the record made last in an edit carries them for the whole
+// edit): replaying re-derives nothing, so undo puts the tangents back as they
+// were before the edit and redo as the edit left them.
+//
+// A record refers to keys of its curve by address. Once the curve has
+// deleted a key without a record taking it (removeAllKeys, assignment, or a
+// removal outside a modification), the records made before are inert: they
+// no longer describe the keys, and never read a deleted one.
 //
 // Undo and redo run outside a modification, so they record nothing. The
 // record families: key records (keyDeltas.h), curve settings
@@ -19,6 +29,7 @@
 
 class TparamCurve;
 class Tkeyframe;
+class TtangentJournal;
 
 KEEL_DECLARE_METACLASS(TparamCurveDelta);
 
@@ -28,6 +39,7 @@ class KEEL_API TparamCurveDelta : public Tdelta, public ZPtrBase {
 public:
     explicit TparamCurveDelta(TparamCurve* curve, Tkeyframe* key = nullptr);
     TparamCurveDelta(TparamCurveDelta const& other);
+    ~TparamCurveDelta() override;
 
     virtual ZFn::Type apiType() const { return ZFn::kKeyframeDelta; }
     char const* apiTypeString() const { return ZObjBase::typeString(apiType()); }
@@ -44,8 +56,25 @@ public:
     // Makes the record inert, for records that outlive their curve.
     void invalidateParamCurve() { fParamCurve = nullptr; }
 
+    // The change mask the record's replay opens its curve's bracket with:
+    // the mask of the edit it stands for.
+    virtual unsigned replayMask() const;
+    // True when undo and redo must do nothing: no curve, or the curve deleted
+    // keys without a record since this record was made.
+    bool inert() const;
+
+    // The tangents the edit re-derived, before and after (null when none);
+    // the record owns them. Attaching to a record that has some already
+    // merges them, the earlier "before" winning.
+    TtangentJournal const* rederivedTangents() const { return fRederived; }
+    void attachRederivedTangents(TtangentJournal* tangents);
+
 protected:
     TparamCurve* fParamCurve;
     Tkeyframe* fKeyframe;
     bool fIsUndone = false;
+
+private:
+    TtangentJournal* fRederived = nullptr;
+    unsigned fUnrecordedDeletions = 0;
 };

@@ -39,7 +39,9 @@ public:
     // Marks every direct curve record undone or in effect.
     void setIsUndone(bool undone);
     // preUndo() on every record first to last, then the records last to
-    // first, then the undone mark.
+    // first, then the undone mark. A step whose curves refuse the change (a
+    // locked channel, a helper's veto) changes nothing, marks included, and
+    // answers false.
     bool undo() override;
     bool redo() override;
 
@@ -52,6 +54,9 @@ public:
 
     bool mergeSwitch() const { return fFlag; }
     void setMergeSwitch(bool on) { fFlag = on; }
+
+private:
+    bool curvesAccept() const;
 };
 
 // "These records happened": sent to the message board for a whole step and

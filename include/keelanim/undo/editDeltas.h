@@ -77,6 +77,7 @@ public:
     bool undo() override;
     bool redo() override;
     ZFn::Type apiType() const override { return ZFn::kKeyframeDeltaTangent; }
+    unsigned replayMask() const override;
 
     void setIndex(unsigned index) { fIndex = index; }
     void setInTangent(bool in) { fInTangent = in; }
@@ -92,7 +93,7 @@ public:
     TtangentType currentType() const { return fCurrentType; }
 
 private:
-    bool restore(TtangentType type, TtangentType otherType);
+    bool restore(TtangentType type, TtangentType otherType, bool undoing);
 
     bool fInTangent = false;
     unsigned fIndex = 0;

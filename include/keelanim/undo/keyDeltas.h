@@ -51,8 +51,11 @@ public:
 
 protected:
     // Undo (`undoing`) or redo: the key leaves or rejoins the curve, or
-    // trades places with the one there, as the record's type says.
+    // trades places with the one there, as the record's type says; without
+    // and with the change bracket.
     bool replay(bool undoing);
+    bool replayInBracket(bool undoing);
+    Tkeyframe const* describedKey() const;
     // Takes key `index` off the curve into the record / gives it back.
     bool takeFromCurve();
     bool giveToCurve();
@@ -119,6 +122,7 @@ public:
     TblockDeltaType deltaType() const { return fType; }
 
 private:
+    bool replayInBracket(bool undoing);
     bool addBlock();
     bool removeBlock();
 

@@ -26,13 +26,14 @@ public:
     bool undo() override;
     bool redo() override;
     ZFn::Type apiType() const override { return ZFn::kKeyframeDeltaInfType; }
+    unsigned replayMask() const override;
 
     bool isPreInfinity() const { return fPre; }
     TparamCurveEnums::TinfinityType previousInfType() const { return fPrevious; }
     TparamCurveEnums::TinfinityType currentInfType() const { return fCurrent; }
 
 private:
-    bool apply(TparamCurveEnums::TinfinityType type);
+    bool apply(TparamCurveEnums::TinfinityType type, bool undoing);
     bool fPre;
     TparamCurveEnums::TinfinityType fPrevious;
     TparamCurveEnums::TinfinityType fCurrent;
@@ -50,6 +51,7 @@ public:
     bool undo() override;
     bool redo() override { return undo(); }
     ZFn::Type apiType() const override { return ZFn::kKeyframeDeltaBreakdown; }
+    unsigned replayMask() const override;
 
     unsigned index() const { return fIndex; }
     bool wasBreakdown() const { return fWasBreakdown; }
@@ -58,6 +60,7 @@ public:
 private:
     unsigned fIndex;
     bool fWasBreakdown;
+    bool fEditInEffect = true;  // the next call undoes (else redoes) the edit
 };
 
 // The curve's weighted-tangents flag: each undo (and redo) swaps the stored
@@ -73,11 +76,13 @@ public:
     bool undo() override;
     bool redo() override { return undo(); }
     ZFn::Type apiType() const override { return ZFn::kKeyframeDeltaWeighted; }
+    unsigned replayMask() const override;
 
     bool wasWeighted() const { return fWasWeighted; }
 
 private:
     bool fWasWeighted;
+    bool fEditInEffect = true;  // the next call undoes (else redoes) the edit
 };
 
 // One key of a whole-curve snapshot.
@@ -100,5 +105,7 @@ public:
     TcurveDeltaDataPtrArray const& data() const { return fData; }
 
 private:
+    bool swapWithCurve();
     TcurveDeltaDataPtrArray fData;
+    bool fEditInEffect = true;  // the next call undoes (else redoes) the edit
 };

@@ -1,0 +1,44 @@
+#include "undo/recordReplay.h"
+
+TrecordReplay::TrecordReplay(TparamCurveDelta& record, bool undoing)
+    : fRecord(record), fUndoing(undoing), fScope(*record.paramCurve(), record.replayMask())
+{
+    if (fScope.open() && fUndoing) {
+        restoreTangents(true);
+    }
+}
+
+bool TrecordReplay::finish(bool done)
+{
+    if (done && !fUndoing) {
+        restoreTangents(false);
+    }
+    if (done) {
+        fScope.modified();
+    }
+    return done;
+}
+
+// Undo puts the "before" tangents back last key first; redo the "after" ones
+// first key first, mirroring the order they were derived in. A key not on the
+// curve at that moment is left alone: its own record carries it.
+void TrecordReplay::restoreTangents(bool before)
+{
+    TtangentJournal const* tangents = fRecord.rederivedTangents();
+    if (tangents == nullptr) {
+        return;
+    }
+    TparamCurve& curve = *fRecord.paramCurve();
+    auto const& entries = tangents->entries();
+    for (std::size_t n = 0; n < entries.size(); ++n) {
+        TtangentJournal::Tentry const& entry = entries[before ? entries.size() - 1 - n : n];
+        unsigned const index = curve.indexOfKey(entry.fKey);
+        if (index == kArrayFailure) {
+            continue;
+        }
+        TkeyTangents const& t = before ? entry.fBefore : entry.fAfter;
+        entry.fKey->setTanIn(t.fInX, t.fInY);
+        entry.fKey->setTanOut(t.fOutX, t.fOutY);
+        curve.invalidateCache(static_cast<int>(index));
+    }
+}
