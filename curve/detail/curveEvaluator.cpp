@@ -8,6 +8,7 @@
 #include "keelanim/segments/pluginInterp.h"
 #include "segments/hermiteCubic.h"
 
+#include <algorithm>
 #include <cmath>
 
 TcurveEvaluator::~TcurveEvaluator()
@@ -51,7 +52,7 @@ TcurveEvaluator::TevalTime TcurveEvaluator::evalTime(TparamCurve const& curve, T
         std::int32_t const keyTicks = (curve.fNleData != nullptr ? curve.fNleData->toZeva(ticks) : ticks).ticks();
         return time.fTicks < keyTicks ? -1 : (time.fTicks > keyTicks ? 1 : 0);
     }
-    double const keySeconds = curve.hostSeconds(key);
+    double const keySeconds = comparedSeconds(curve, key);
     return time.fSeconds < keySeconds ? -1 : (time.fSeconds > keySeconds ? 1 : 0);
 }
 
@@ -274,6 +275,12 @@ void TcurveEvaluator::rememberFastSpan(TparamCurve& curve, TspanKeys const& span
     fFastSpan = static_cast<std::int32_t>(span.fIndex);
     fFastStart = span.fStart;
     fFastEnd = span.fEnd;
+    fFastLow = span.fStart;
+    fFastHigh = span.fEnd;
+    if (curve.fTickKeys != nullptr) {
+        fFastLow = std::max(fFastLow, comparedSeconds(curve, span.fFirst));
+        fFastHigh = std::min(fFastHigh, comparedSeconds(curve, span.fSecond));
+    }
     fFastFirstValue = span.fFirst->value();
     fFastSecondValue = span.fSecond->value();
     fFastMethod = span.fFirst->interpMethod();
@@ -375,7 +382,7 @@ bool TcurveEvaluator::evaluatedAtKey(TparamCurve& curve, unsigned index, float s
         // single precision: beyond that reach of the span's ends no key can
         // answer.
         double const reach = kTimeTolerance + std::fabs(secondsTime) * 0x1p-23;
-        if (secondsTime - reach > fFastStart && secondsTime + reach < fFastEnd && valueInFastSpan(secondsTime, fast)) {
+        if (secondsTime - reach > fFastLow && secondsTime + reach < fFastHigh && valueInFastSpan(secondsTime, fast)) {
             return fast;
         }
     }
@@ -526,7 +533,8 @@ bool TparamCurve::evaluate(unsigned index, double* value, double* outSlope)
         return false;
     }
     if (value != nullptr) {
-        *value = evaluator().evaluate(*this, TcurveEvaluator::TevalTime{doubleSeconds(key), 0, false});
+        TcurveEvaluator& curveEvaluator = evaluator();  // at the key's own time, ticks exact
+        *value = curveEvaluator.evaluate(*this, curveEvaluator.evalTime(*this, timeValue(key)));
     }
     if (outSlope != nullptr) {
         float x = 0.0f;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "keelanim/base/numeric.h"
 #include "keelanim/curve/paramCurve.h"
 #include "keelanim/segments/hermite.h"
 #include "keys/keyTimeMirror.h"
@@ -89,6 +90,13 @@ private:
         double fEnd;
     };
 
+    // A key's time as seconds are compared with it: as the curve reads it
+    // out in seconds (seconds(Tkeyframe), single precision), on tick curves
+    // too, so that a host asking at the seconds the curve gave it gets the key.
+    static double comparedSeconds(TparamCurve const& curve, Tkeyframe const* key)
+    {
+        return curve.fTickKeys == nullptr ? double(key->floatTime()) : double(narrowToFloat(curve.doubleSeconds(key)));
+    }
     static TspanKeys spanKeys(TparamCurve const& curve, unsigned lo)
     {
         Tkeyframe const* first = curve.keyframe(lo);
@@ -141,6 +149,12 @@ private:
     // The span of fCubic (-1: none) and the span fInterpolator is built for.
     std::int32_t fCubicSpan = -1;
     std::int32_t fInterpolatorSpan = -1;
+    // The open interval the shortcut answers, and the span's key times that
+    // its linear value is computed from. They differ only on tick curves,
+    // where the interval also leaves out each key's time read as float
+    // seconds, which seconds are compared with.
+    double fFastLow = 0.0;
+    double fFastHigh = 0.0;
     double fFastStart = 0.0;
     double fFastEnd = 0.0;
     double fFastFirstValue = 0.0;
@@ -178,7 +192,7 @@ inline TcurveEvaluator const& TparamCurve::evaluator() const
 [[gnu::always_inline]] inline bool TcurveEvaluator::valueInFastSpan(double seconds, double& value) const
 {
     // A static curve never remembers a span (it answers its first value).
-    if (fFastSpan < 0 || !(seconds > fFastStart && seconds < fFastEnd) || blockingOverride()) {
+    if (fFastSpan < 0 || !(seconds > fFastLow && seconds < fFastHigh) || blockingOverride()) {
         return false;
     }
     switch (fFastMethod) {

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <limits>
+#include <memory>
 
 using keeltest::buildCurve;
 using keeltest::TkeySpec;
@@ -217,6 +218,36 @@ TEST(CurveEvaluation, BlockingOverrideAppliesAtEveryRead)
         EXPECT_NEAR(curve->evaluate(0.5f), ease(0.5), kTight) << "the span evaluated last, off again";
         EXPECT_EQ(curve->evaluate(0.25f), smooth);
     }
+}
+
+// A host that stores ticks and asks at the seconds the curve gave it gets the
+// key: seconds are compared with key times read as float seconds, also when
+// the previous evaluation left the span before the key, and beyond the keys.
+TEST(CurveEvaluation, TickCurvesAskedAtTheirKeysSecondsAnswerTheKey)
+{
+    constexpr int kFrames = 25;
+    auto stepped = std::make_unique<TparamCurve>(false);
+    for (int frame = 0; frame < kFrames; ++frame) {
+        stepped->add(Tkeyframe(TanimTime::fromTicks(frame * 250), double(frame), kTangentStep, kTangentStep));
+    }
+    stepped->setPreInfinityType(TparamCurveEnums::kCycle);
+    stepped->setPostInfinityType(TparamCurveEnums::kCycle);
+    for (bool sweep : {true, false}) {
+        for (unsigned i = 0; i < unsigned(kFrames); ++i) {
+            if (!sweep) {
+                stepped->invalidateCache();
+            } else if (i > 0) {
+                stepped->evaluate(0.5f * (stepped->seconds(i - 1) + stepped->seconds(i)));  // inside the span before
+            }
+            EXPECT_EQ(stepped->evaluate(stepped->seconds(i)), double(i)) << (sweep ? "sweep" : "fresh") << " key " << i;
+            double value = 0.0;
+            EXPECT_TRUE(stepped->evaluate(i, &value, nullptr));
+            EXPECT_EQ(value, double(i)) << "the key's own time, key " << i;
+        }
+    }
+    float const period = stepped->seconds(unsigned(kFrames - 1)) - stepped->seconds(0u);
+    EXPECT_EQ(stepped->evaluate(stepped->seconds(0u)), 0.0) << "a cycling curve at its own first key";
+    EXPECT_EQ(stepped->evaluate(stepped->seconds(3u) + period), 3.0) << "a cycle later";
 }
 
 }  // namespace
