@@ -264,30 +264,36 @@ TEST(UndoSteps, AModificationOfUnrecordedEditsMakesNoStep)
 // those records are inert. The sanitizer pass checks that nothing is read.
 TEST(UndoSteps, RecordsOfDeletedKeysAreInert)
 {
-    using Tdrop = void (*)(TparamCurve&);
-    Tdrop const drops[] = {
-        [](TparamCurve& curve) { curve.removeAllKeys(); },
-        [](TparamCurve& curve) { curve = TparamCurve(true); },
-        [](TparamCurve& curve) {
-            curve.endMod();
-            curve.remove(1);
-            curve.beginMod();
-        },
+    struct Tcase {
+        char const* fName;
+        void (*fDrop)(TparamCurve&);
+        bool fInsideTheModification;
     };
-    for (Tdrop drop : drops) {
+    Tcase const cases[] = {
+        {"all keys, inside", [](TparamCurve& curve) { curve.removeAllKeys(); }, true},
+        {"all keys, after", [](TparamCurve& curve) { curve.removeAllKeys(); }, false},
+        {"assignment, inside", [](TparamCurve& curve) { curve = TparamCurve(true); }, true},
+        {"removal outside a modification", [](TparamCurve& curve) { curve.remove(1); }, false},
+    };
+    for (Tcase const& c : cases) {
         auto curve = keeltest::floatCurve({{0.0f, 0.0}, {1.0f, 1.0}, {2.0f, 0.0}});
         curve->setTangentType(0, kTangentSpline, kTangentSpline);
         TparamCurveDeltaUser user;
         user.beginParamCurveMod(*curve);
         curve->add(Tkeyframe(1.5f, 4.0, kTangentSpline, kTangentSpline));
         curve->setValue(1, 2.0);
-        drop(*curve);
-        std::string const dropped = stateOf(*curve);
+        if (c.fInsideTheModification) {
+            c.fDrop(*curve);
+        }
         user.endParamCurveMod(*curve);
+        if (!c.fInsideTheModification) {
+            c.fDrop(*curve);
+        }
+        std::string const dropped = stateOf(*curve);
         user.undoPC();
-        EXPECT_EQ(stateOf(*curve), dropped);
+        EXPECT_EQ(stateOf(*curve), dropped) << c.fName;
         user.redoPC();
-        EXPECT_EQ(stateOf(*curve), dropped);
+        EXPECT_EQ(stateOf(*curve), dropped) << c.fName;
     }
 }
 
