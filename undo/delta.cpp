@@ -1,7 +1,9 @@
 #include "keelanim/undo/delta.h"
 
+#include <new>
+
 KEEL_DEFINE_METACLASS(Tdelta, nullptr);
-KEEL_DEFINE_METACLASS(TdeltaComposite, &TdeltaTmeta);
+KEEL_DEFINE_CONSTRUCTIBLE_METACLASS(TdeltaComposite, &TdeltaTmeta);
 
 namespace {
 constexpr unsigned kInitialChildren = 8;

@@ -5,8 +5,9 @@
 #include "keelanim/curve/paramCurve.h"
 
 #include <cmath>
+#include <new>
 
-KEEL_DEFINE_METACLASS(TparamCurveDeltaComp, &TdeltaCompositeTmeta);
+KEEL_DEFINE_CONSTRUCTIBLE_METACLASS(TparamCurveDeltaComp, &TdeltaCompositeTmeta);
 KEEL_DEFINE_METACLASS(TparamCurveDeltaMsg, &TserverMsgTmeta);
 
 namespace {

@@ -4,6 +4,7 @@
 #include "keelanim/curve/paramCurve.h"
 #include "undo/recordReplay.h"
 
+#include <new>
 #include <utility>
 
 KEEL_DEFINE_METACLASS(TparamCurveDelta, &TdeltaTmeta);
@@ -67,6 +68,22 @@ TPCDaddRemoveKey::TPCDaddRemoveKey(TparamCurve* curve, Tkeyframe* onCurve, Tkeyf
     : TparamCurveDelta(curve, onCurve), fDeltaType(kReplaced), fKey(new Tkeyframe(former)), fHoldsKey(true)
 {
     recordIndex();
+}
+
+namespace {
+
+Tkeyframe* keyAtTimeOf(TparamCurve* curve, Tkeyframe const* key)
+{
+    unsigned index = 0;
+    return curve != nullptr && key != nullptr && curve->findStoredTime(key->timeValue(), index) ? curve->keyframe(index)
+                                                                                                : nullptr;
+}
+
+}  // namespace
+
+TPCDaddRemoveKey::TPCDaddRemoveKey(TparamCurve* curve, Tkeyframe* former)
+    : TPCDaddRemoveKey(curve, keyAtTimeOf(curve, former), former != nullptr ? *former : Tkeyframe())
+{
 }
 
 TPCDaddRemoveKey::TPCDaddRemoveKey(TPCDaddRemoveKey const& other, bool ownCopy)

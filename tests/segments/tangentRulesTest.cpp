@@ -198,8 +198,32 @@ TEST(TangentRules, TypesWithoutARuleLeaveTangentsAlone)
     EXPECT_EQ(curve->keyframe(0)->storedTanInType(), 40) << "only the out side changed";
 }
 
+// A first key of the clamped family copies its out-tangent onto its in-side
+// before its own out-rule runs, deliberately: with a different out-type its
+// in-side follows the previous computation, not this one.
+bool copiesStaleOutTangent(Tkeyframe const& key, bool first)
+{
+    TtangentType const in = key.storedTanInType();
+    bool const clampedFamily = in == kTangentOldClamped || in == kTangentClamped || in == kTangentPlateau;
+    return first && clampedFamily && key.storedTanOutType() != in;
+}
+
+// The dispatch runs the in-rule, then the out-rule, and stops.
+TEST(TangentRules, ClampedFirstKeyCopiesTheOutTangentBeforeTheOutRuleRuns)
+{
+    TparamCurve curve(true);
+    curve.setCurveFlag(TparamCurve::kWeightedBit, false);
+    curve.add(Tkeyframe(0.0f, 0.0, kTangentClamped, kTangentSpline));
+    Tangents const alone = tangentsOf(curve, 0);
+    curve.add(Tkeyframe(1.0f, 1.0, kTangentSpline, kTangentSpline));
+    Tangents const first = tangentsOf(curve, 0);
+    EXPECT_EQ(first.fInX, alone.fOutX) << "the copy of the out-tangent as it was";
+    EXPECT_EQ(first.fInY, alone.fOutY);
+    EXPECT_GT(first.fOutY, 0.5f) << "the out-rule then ran towards the next key";
+}
+
 // After any edit, every key whose type follows its neighbours holds what its
-// rule gives: recomputing it changes nothing.
+// rule gives: recomputing it changes nothing (but for the copy above).
 TEST(TangentRecomputation, EveryEditLeavesEveryKeyAsItsRuleGives)
 {
     TtangentType const types[] = {kTangentFixed,  kTangentLinear,  kTangentFlat,     kTangentSmooth,
@@ -243,11 +267,13 @@ TEST(TangentRecomputation, EveryEditLeavesEveryKeyAsItsRuleGives)
                 recomputed.modifyTangentHelper(i);
                 Tangents const want = tangentsOf(recomputed, i);
                 Tangents const got = tangentsOf(curve, i);
-                ASSERT_EQ(got.fInX, want.fInX)
-                    << "sequence " << sequence << " edit " << edit << " key " << i << " types "
-                    << curve.keyframe(i)->storedTanInType() << "/" << curve.keyframe(i)->storedTanOutType() << " of "
-                    << curve.keyframeCount();
-                ASSERT_EQ(got.fInY, want.fInY);
+                if (!copiesStaleOutTangent(*curve.keyframe(i), i == 0)) {
+                    ASSERT_EQ(got.fInX, want.fInX)
+                        << "sequence " << sequence << " edit " << edit << " key " << i << " types "
+                        << curve.keyframe(i)->storedTanInType() << "/" << curve.keyframe(i)->storedTanOutType()
+                        << " of " << curve.keyframeCount();
+                    ASSERT_EQ(got.fInY, want.fInY);
+                }
                 ASSERT_EQ(got.fOutX, want.fOutX);
                 ASSERT_EQ(got.fOutY, want.fOutY);
                 ASSERT_TRUE(std::isfinite(got.fInY) && std::isfinite(got.fOutY)) << "no NaN tangent";

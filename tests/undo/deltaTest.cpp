@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+
 #include <string>
 #include <vector>
 
@@ -161,7 +163,12 @@ TEST(DeltaTypes, RecordsAndFactories)
     EXPECT_EQ(plain.cast(TdeltaCompositeTmeta), nullptr);
     EXPECT_EQ(Tdelta::construct(nullptr), nullptr);
     EXPECT_EQ(Tdelta::construct(TserverMsgTmeta), nullptr) << "not a delta type";
-    EXPECT_EQ(Tdelta::construct(TdeltaCompositeTmeta), nullptr) << "no construct procedure registered";
+    EXPECT_EQ(Tdelta::construct(TdeltaTmeta), nullptr) << "a plain delta needs a user: no factory";
+    for (Tmetaclass* composite : {TdeltaCompositeTmeta, TparamCurveDeltaCompTmeta}) {
+        std::unique_ptr<Tdelta> made(Tdelta::construct(composite));
+        ASSERT_NE(made, nullptr) << composite->name();
+        EXPECT_EQ(made->typeof(), composite);
+    }
 }
 
 TEST(DeltaArrays, SlicesSwapsAndArraysOfArrays)

@@ -218,6 +218,11 @@ public:
     // deciding type asks: the in-type when `useIn`, else the out-type (see
     // the source for the spline and second-pass details).
     bool tangentMethodIdentifier(unsigned index, bool useIn, bool sameSideOnly);
+    // The segment whose tangent rules recompute a key (owned by the curve):
+    // of the kind the span starting at `key` wants, kept apart from
+    // evaluation's segment so that recomputing tangents never disturbs the
+    // span evaluation holds. Null for kinds without a segment.
+    T2dAnimCurve* tangentSegment(Tkeyframe const* key);
     // Recomputes key i and those neighbours whose tangents follow their
     // neighbours (every computed type).
     void modifyTangents(unsigned index);
@@ -440,10 +445,6 @@ private:
     // Recomputes keys from..to except `keep`, and the plateau keys the
     // change reaches beyond them.
     void recomputeWindow(unsigned from, unsigned to, unsigned keep);
-    // The segment that tangent rules run through, made to the kind the span
-    // starting at `key` wants; kept apart from evaluation's segment so that
-    // recomputing tangents never disturbs the span evaluation holds.
-    T2dAnimCurve* tangentSegment(Tkeyframe const* key);
     bool siblingsOrSelf(bool allChannels, TparamCurve* channels[3]);
     static bool allChannelsAccept(TparamCurve* const channels[3], unsigned mask);
     bool storeValue(unsigned index, double value, float aux);

@@ -81,10 +81,14 @@ public:
                                              TparamCurve* curve);
     virtual void calculateOldSmoothTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next);
 
-    // Runs the rule of the key's effective in-type, then, when it differs,
-    // the rule of its effective out-type. The rules are those of this
-    // segment kind, so a kind can supply its own spline rule.
-    void calculateTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next, TparamCurve* curve);
+    // The dispatcher: runs the rule of the key's effective in-type, then,
+    // when it differs, the rule of its effective out-type, and stops. The
+    // rules are those of the segment kind the curve recomputes the key with
+    // (TparamCurve::tangentSegment), so a kind supplies its own spline rule;
+    // without a curve, those of an unweighted Hermite span.
+    static void calculateTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next, TparamCurve* curve);
+    // The same through this segment kind's rules.
+    void runTangentRules(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next, TparamCurve* curve);
     // Flattens spline-like tangents that point against their neighbour;
     // true when it did. Without a segment, a Hermite one applies the flat rule.
     static bool shouldBeFlat(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next,

@@ -30,6 +30,9 @@ public:
     // A replacement: `onCurve` is the curve's key, `former` its content
     // before the edit (copied).
     TPCDaddRemoveKey(TparamCurve* curve, Tkeyframe* onCurve, Tkeyframe const& former);
+    // The same, with the curve's key found at `former`'s time (the record
+    // then names no key when none lies there).
+    TPCDaddRemoveKey(TparamCurve* curve, Tkeyframe* former);
     TPCDaddRemoveKey(TPCDaddRemoveKey const& other, bool ownCopy);
     ~TPCDaddRemoveKey() override;
 
