@@ -2,7 +2,7 @@
 // target per case, ending with "within target: N of M". Every timed figure
 // is the best of a few runs.
 
-#include "reference/referenceEvaluator.h"
+#include "support/referenceEvaluator.h"
 
 #include <keelanim/keelanim.h>
 

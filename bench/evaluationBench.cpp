@@ -2,7 +2,7 @@
 // curves of 8 to 65,536 keys, swept in small steps, at random times, and far
 // into cycling and oscillating infinities.
 
-#include "reference/referenceEvaluator.h"
+#include "support/referenceEvaluator.h"
 
 #include <keelanim/keelanim.h>
 

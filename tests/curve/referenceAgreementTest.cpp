@@ -1,8 +1,8 @@
 // The benchmark's reference evaluator must compute what the engine computes,
 // or the comparison would flatter one side.
 
-#include "reference/referenceEvaluator.h"
 #include "support/museum.h"
+#include "support/referenceEvaluator.h"
 
 #include <gtest/gtest.h>
 

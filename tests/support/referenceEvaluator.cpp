@@ -1,4 +1,4 @@
-#include "referenceEvaluator.h"
+#include "support/referenceEvaluator.h"
 
 #include <keelanim/keelanim.h>
 
