@@ -247,8 +247,8 @@ bool TparamCurve::splitSpanAt(TtimeValue const& time, Tkeyframe& made, float nei
     }
     setInterpolationInterval(lo);
     T2dAnimCurve const* segment = interpolator();
-    if (segment == nullptr) {
-        return false;
+    if (segment == nullptr || !segment->splitsSpans()) {
+        return false;  // the caller keeps the curve's value at least
     }
     float o[8] = {};
     double const v = segment->newMatchingKey(x, o[0], o[1], o[2], o[3], o[4], o[5], o[6], o[7]);

@@ -61,6 +61,10 @@ public:
     // (o7, o8) the second key's new in-tangent.
     virtual double newMatchingKey(double x, float& o1, float& o2, float& o3, float& o4, float& o5, float& o6, float& o7,
                                   float& o8) const = 0;
+    // Whether newMatchingKey splits this kind of span into two of the same
+    // kind. Kinds that cannot (the base answer) leave a shape-preserving
+    // insertion to keep only the curve's value at the new key.
+    virtual bool splitsSpans() const { return false; }
 
     // --- Tangent rules -------------------------------------------------------
     // Each rule sets only the sides of `key` whose effective type is its own,

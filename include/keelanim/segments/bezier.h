@@ -29,6 +29,7 @@ public:
     void getBoundingValue(Tkeyframe const* first, Tkeyframe const* second, double& min, double& max) const override;
     double newMatchingKey(double x, float& o1, float& o2, float& o3, float& o4, float& o5, float& o6, float& o7,
                           float& o8) const override;
+    bool splitsSpans() const override { return true; }
     void calculateSmoothTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next) override;
 
     // The parameter u at input x; 0 when X(u) = x has no single root.

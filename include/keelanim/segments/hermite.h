@@ -39,6 +39,7 @@ public:
     // 0.0 with the outputs untouched for a zero-length span.
     double newMatchingKey(double x, float& o1, float& o2, float& o3, float& o4, float& o5, float& o6, float& o7,
                           float& o8) const override;
+    bool splitsSpans() const override { return true; }
     void calculateSmoothTangents(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next) override;
 
     // Makes a tangent a unit vector that does not point backwards; a
