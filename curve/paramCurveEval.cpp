@@ -87,13 +87,19 @@ void TparamCurve::setInterpolationInterval(unsigned index)
     evaluator().setInterpolationInterval(*this, index);
 }
 
+// Reading the segment builds it for the span evaluated last: evaluation's
+// caches are logically const.
 T2dAnimCurve* TparamCurve::interpolator() const
 {
+    auto& curve = const_cast<TparamCurve&>(*this);
+    curve.evaluator().settleInterpolator(curve);
     return evaluator().interpolator();
 }
 
 int TparamCurve::interpolatorSpan() const
 {
+    auto& curve = const_cast<TparamCurve&>(*this);
+    curve.evaluator().settleInterpolator(curve);
     return evaluator().interpolatorSpan();
 }
 

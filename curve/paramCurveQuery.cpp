@@ -133,14 +133,16 @@ bool TparamCurve::boundingBox(unsigned span, float& t0, double& vMin, float& t1,
     t1 = seconds(second);
     vMin = std::min(first->value(), second->value());
     vMax = std::max(first->value(), second->value());
-    if (first->interpMethod() != Tkeyframe::kInterpSegment || fsOverrideTangentsForBlockingMode) {
-        return true;  // linear and stepped spans stay between their keys
-    }
     if (!exact) {
+        // The span's segment widens the keys' values, whatever the span's
+        // method: a cheap bound, never narrower than the curve.
         if (T2dAnimCurve const* segment = updateInterpolator(first)) {
             segment->getBoundingValue(first, second, vMin, vMax);
         }
         return true;
+    }
+    if (first->interpMethod() != Tkeyframe::kInterpSegment || fsOverrideTangentsForBlockingMode) {
+        return true;  // the true extremes of linear and stepped spans are their keys
     }
     float timeA = 0.0f;
     float timeB = 0.0f;

@@ -27,6 +27,7 @@ void TcurveEvaluator::invalidate(TparamCurve& curve, int index)
         fTickTimes.reserve(curve.fTickKeys->count());
     }
     fInterpolatorSpan = -1;
+    fCurrentSpan = -1;
     fCubicSpan = -1;
     fFastSpan = -1;
     fCachedKey = nullptr;
@@ -314,6 +315,7 @@ double TcurveEvaluator::valueInSpan(TparamCurve& curve, TspanKeys const& span, d
     case Tkeyframe::kInterpStepNext: return span.fSecond->value();
     case Tkeyframe::kInterpSegment: {
         double value = 0.0;
+        fCurrentSpan = static_cast<std::int32_t>(span.fIndex);
         if (valueInHermiteSpan(curve, span, secondsTime, value)) {
             return value;
         }
@@ -356,12 +358,20 @@ bool TcurveEvaluator::evaluatedAtKey(TparamCurve& curve, unsigned index, float s
         return false;
     }
     TpluginAnimCurveInterp const* plugin = TpluginAnimCurveInterpDBase::find(static_cast<unsigned>(type));
-    if (plugin == nullptr || (plugin->extra() & TpluginAnimCurveInterp::kEvaluatesAtKeys) == 0 ||
-        curve.keyframe(index + 1) == nullptr) {
+    if (plugin == nullptr || (plugin->extra() & TpluginAnimCurveInterp::kEvaluatesAtKeys) == 0) {
         return false;
     }
-    // The key starts a span of the plug-in's kind: its segment answers there.
-    setInterpolationInterval(curve, index);
+    if (curve.keyframe(index + 1) != nullptr) {
+        // The key starts a span of the plug-in's kind: its segment answers.
+        setInterpolationInterval(curve, index);
+    } else if (index > 0) {
+        // The last key starts no span: a segment of its kind made over the
+        // span it ends answers at the key.
+        buildSegmentOver(curve, spanKeys(curve, index - 1), key);
+        fInterpolatorSpan = -1;
+    } else {
+        return false;  // a lone key gives the plug-in no span to work over
+    }
     if (fInterpolator == nullptr || fInterpolator->interpolatorType() != static_cast<TinterpolatorType>(type)) {
         return false;
     }
@@ -479,7 +489,8 @@ void TcurveEvaluator::setInterpolationInterval(TparamCurve& curve, unsigned inde
     if (first == nullptr || second == nullptr) {
         return;
     }
-    if (fInterpolatorSpan == static_cast<std::int32_t>(index)) {
+    fCurrentSpan = static_cast<std::int32_t>(index);
+    if (fInterpolatorSpan == fCurrentSpan) {
         return;
     }
     buildSpanSegment(curve, spanKeys(curve, index));
@@ -487,12 +498,26 @@ void TcurveEvaluator::setInterpolationInterval(TparamCurve& curve, unsigned inde
 
 void TcurveEvaluator::buildSpanSegment(TparamCurve& curve, TspanKeys const& span)
 {
+    buildSegmentOver(curve, span, span.fFirst);
+    fInterpolatorSpan = static_cast<std::int32_t>(span.fIndex);
+}
+
+void TcurveEvaluator::buildSegmentOver(TparamCurve& curve, TspanKeys const& span, Tkeyframe const* kindOf)
+{
     double c[8];
     spanControls(span, c);
-    if (T2dAnimCurve* segment = updateInterpolator(curve, span.fFirst)) {
+    if (T2dAnimCurve* segment = updateInterpolator(curve, kindOf)) {
         segment->create(&curve, span.fIndex, c[0], c[1], c[2], c[3], c[4], c[5], c[6], c[7], true);
     }
-    fInterpolatorSpan = static_cast<std::int32_t>(span.fIndex);
+}
+
+// Hermite spans are evaluated from their cubic, without the segment: the
+// segment of the span evaluated last is built when it is asked for.
+void TcurveEvaluator::settleInterpolator(TparamCurve& curve)
+{
+    if (fCurrentSpan >= 0 && fInterpolatorSpan != fCurrentSpan) {
+        setInterpolationInterval(curve, static_cast<unsigned>(fCurrentSpan));
+    }
 }
 
 // Keys and handle ends: each handle reaches a third of its tangent vector.

@@ -72,6 +72,9 @@ public:
     // Builds the segment of span `index` unless it is the current one;
     // nothing when key index + 1 does not exist.
     void setInterpolationInterval(TparamCurve& curve, unsigned index);
+    // The segment and the span it is built for, once the segment of the span
+    // evaluated or asked for last is built (settleInterpolator).
+    void settleInterpolator(TparamCurve& curve);
     T2dAnimCurve* interpolator() const { return fInterpolator; }
     int interpolatorSpan() const { return fInterpolatorSpan; }
 
@@ -128,6 +131,8 @@ private:
     static void spanControls(TspanKeys const& span, double c[8]);
     // Builds the segment of the span (its keys both present).
     void buildSpanSegment(TparamCurve& curve, TspanKeys const& span);
+    // Builds the held segment over a span, of the kind `kindOf` wants.
+    void buildSegmentOver(TparamCurve& curve, TspanKeys const& span, Tkeyframe const* kindOf);
     // The value in a Hermite span, through fCubic; false when the span is
     // answered by another kind of segment.
     bool valueInHermiteSpan(TparamCurve& curve, TspanKeys const& span, double seconds, double& value);
@@ -149,6 +154,8 @@ private:
     // The span of fCubic (-1: none) and the span fInterpolator is built for.
     std::int32_t fCubicSpan = -1;
     std::int32_t fInterpolatorSpan = -1;
+    // The segment span evaluated or asked for last (-1: none).
+    std::int32_t fCurrentSpan = -1;
     // The open interval the shortcut answers, and the span's key times that
     // its linear value is computed from. They differ only on tick curves,
     // where the interval also leaves out each key's time read as float

@@ -250,4 +250,17 @@ TEST(CurveEvaluation, TickCurvesAskedAtTheirKeysSecondsAnswerTheKey)
     EXPECT_EQ(stepped->evaluate(stepped->seconds(3u) + period), 3.0) << "a cycle later";
 }
 
+// The segment evaluation names is that of the span evaluated last, also for
+// Hermite spans, which evaluation answers from their cubic.
+TEST(CurveEvaluation, TheSegmentNamedIsThatOfTheLastSpan)
+{
+    auto curve = buildCurve(true, false, {{0, 0, 1, 0, 1, 2}, {1, 1, 1, 1, 1, 1}, {2, 0, 1, 0, 1, 0}});
+    double const inSecond = curve->evaluate(1.5f);
+    EXPECT_EQ(curve->interpolatorSpan(), 1);
+    ASSERT_NE(curve->interpolator(), nullptr);
+    EXPECT_EQ(curve->interpolator()->evaluate(1.5), inSecond);
+    curve->evaluate(0.25f);
+    EXPECT_EQ(curve->interpolatorSpan(), 0);
+}
+
 }  // namespace

@@ -99,6 +99,22 @@ TEST(CurveQueries, SpanBoundsCoverOvershoot)
     EXPECT_EQ(untouched, 42.0f);
 }
 
+// The cheap bound of a stepped span is widened by its segment as any span's
+// is; the exact one stays at the keys, the true extremes of a step.
+TEST(CurveQueries, SteppedSpanBoundsWidenByTheSegment)
+{
+    auto curve = buildCurve(true, false, {{0, 0, 1, 3, 1, 3, kTangentFixed, kTangentStep}, {1, 0.1, 1, -3, 1, -3}});
+    float t0 = 0;
+    float t1 = 0;
+    double low = 0;
+    double high = 0;
+    ASSERT_TRUE(curve->boundingBox(0, t0, low, t1, high, false));
+    EXPECT_GT(high, 0.1) << "the segment's bulge";
+    ASSERT_TRUE(curve->boundingBox(0, t0, low, t1, high, true));
+    EXPECT_EQ(low, 0.0);
+    EXPECT_EQ(high, 0.1);
+}
+
 TEST(CurveQueries, WholeCurveBoundsContainEverySample)
 {
     for (auto const& exhibit : keeltest::museum()) {

@@ -105,6 +105,14 @@ TEST_F(PluginRegistry, EvaluateAtKeyFlagLetsThePluginAnswerAtItsKeys)
     EXPECT_EQ(value, 1.0);
     EXPECT_FALSE(curve.evaluatedAtKey(1, 1.0f, value)) << "not a plug-in key";
     EXPECT_FALSE(curve.evaluatedAtKey(9, 1.0f, value));
+    // The last key starts no span: the plug-in answers over the span it ends.
+    curve.setTangentType(1, kTangentFixed, static_cast<TtangentType>(kSmoothstepKind));
+    value = 0;
+    EXPECT_TRUE(curve.evaluatedAtKey(1, 1.0f, value));
+    EXPECT_EQ(value, 3.0);
+    TparamCurve lone(true);
+    lone.add(Tkeyframe(0.0f, 1.0, kTangentFixed, static_cast<TtangentType>(kSmoothstepKind)));
+    EXPECT_FALSE(lone.evaluatedAtKey(0, 0.0f, value)) << "a lone key gives the plug-in no span";
 }
 
 }  // namespace

@@ -88,6 +88,13 @@ TEST(CurveDeltaRecords, EffectiveTypeFlipsWhileUndone)
     replacement.setIsUndone(true);
     EXPECT_EQ(replacement.deltaType(), TPCDaddRemoveKey::kReplaced);
     EXPECT_EQ(replacement.replacedValue(), 1.0);
+    Tkeyframe former(1.0f, 7.0, kTangentFixed, kTangentFixed);
+    TPCDaddRemoveKey byFormer(curve.get(), &former);
+    EXPECT_EQ(byFormer.deltaType(), TPCDaddRemoveKey::kReplaced);
+    EXPECT_EQ(byFormer.keyframe(), curve->keyframe(1)) << "the curve's key at the former key's time";
+    EXPECT_EQ(byFormer.replacedValue(), 7.0);
+    EXPECT_TRUE(byFormer.undo());
+    EXPECT_EQ(curve->value(1), 7.0);
 }
 
 TEST(CurveDeltaRecords, DragValuesAreHeldInNormalisedSpace)
