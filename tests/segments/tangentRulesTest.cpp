@@ -222,6 +222,22 @@ TEST(TangentRules, ClampedFirstKeyCopiesTheOutTangentBeforeTheOutRuleRuns)
     EXPECT_GT(first.fOutY, 0.5f) << "the out-rule then ran towards the next key";
 }
 
+// The dispatcher is a static member: without a curve it runs the rules of an
+// unweighted Hermite span.
+TEST(TangentRules, DispatchWithoutACurve)
+{
+    Tkeyframe previous(0.0f, 0.0, kTangentFixed, kTangentFixed);
+    Tkeyframe key(1.0f, 2.0, kTangentLinear, kTangentSpline);
+    Tkeyframe next(3.0f, 2.0, kTangentFixed, kTangentFixed);
+    T2dAnimCurve::calculateTangents(&previous, &key, &next, nullptr);
+    float x = 0, y = 0;
+    key.getTanIn(x, y);
+    EXPECT_NEAR(y / x, 2.0, 1e-6) << "linear: towards the previous key";
+    key.getTanOut(x, y);
+    EXPECT_NEAR(y / x, 2.0 / 3.0, 1e-6) << "spline: the slope of the chord between the neighbours";
+    T2dAnimCurve::calculateTangents(nullptr, nullptr, nullptr, nullptr);  // no key: nothing
+}
+
 // After any edit, every key whose type follows its neighbours holds what its
 // rule gives: recomputing it changes nothing (but for the copy above).
 TEST(TangentRecomputation, EveryEditLeavesEveryKeyAsItsRuleGives)
