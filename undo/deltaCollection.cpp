@@ -4,8 +4,11 @@
 #include "keelanim/base/messageCenter.h"
 #include "keelanim/curve/paramCurve.h"
 
+#include <algorithm>
 #include <cmath>
 #include <new>
+#include <utility>
+#include <vector>
 
 KEEL_DEFINE_CONSTRUCTIBLE_METACLASS(TparamCurveDeltaComp, &TdeltaCompositeTmeta);
 KEEL_DEFINE_METACLASS(TparamCurveDeltaMsg, &TserverMsgTmeta);
@@ -76,14 +79,24 @@ void TparamCurveDeltaComp::setIsUndone(bool undone)
 // with each record's replay mask, as edits on several channels are.
 bool TparamCurveDeltaComp::curvesAccept() const
 {
+    // Steps mostly hold records of one curve: each curve is asked once, with
+    // the masks of all its records.
+    std::vector<std::pair<TparamCurve*, unsigned>> asks;
     for (Tdelta* delta : fChildren) {
         auto* record = keelCast<TparamCurveDelta>(delta);
-        if (record != nullptr && !record->inert() &&
-            !TchangeScope(*record->paramCurve(), record->replayMask()).open()) {
-            return false;
+        if (record == nullptr || record->inert()) {
+            continue;
+        }
+        auto same = [record](auto const& ask) { return ask.first == record->paramCurve(); };
+        auto const found = std::find_if(asks.begin(), asks.end(), same);
+        if (found != asks.end()) {
+            found->second |= record->replayMask();
+        } else {
+            asks.emplace_back(record->paramCurve(), record->replayMask());
         }
     }
-    return true;
+    return std::all_of(asks.begin(), asks.end(),
+                       [](auto const& ask) { return TchangeScope(*ask.first, ask.second).open(); });
 }
 
 bool TparamCurveDeltaComp::undo()

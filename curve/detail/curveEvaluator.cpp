@@ -59,25 +59,10 @@ TcurveEvaluator::TevalTime TcurveEvaluator::evalTime(TparamCurve const& curve, T
 
 // --- Evaluation ------------------------------------------------------------------------------
 
-// The blocking-mode switches change how every span is answered: what was
-// remembered under one setting is forgotten when the setting changes, so the
-// override applies from the next read on, and stops as promptly.
-void TcurveEvaluator::followBlockingOverride()
-{
-    bool const on = blockingOverride();
-    if (on != fRememberedUnderOverride) {
-        fRememberedUnderOverride = on;
-        fInterpolatorSpan = -1;
-        fCubicSpan = -1;
-        fFastSpan = -1;
-    }
-}
-
 // Static, and reading the evaluator only through the curve: the common paths
 // then address everything from the one curve pointer.
 double TcurveEvaluator::evaluateRules(TparamCurve& curve, TevalTime time)
 {
-    curve.evaluator().followBlockingOverride();
     unsigned const count = curve.arrayCount();
     if (std::isnan(time.fSeconds)) {
         return count == 0 ? 0.0 : curve.value(0);
@@ -264,11 +249,8 @@ unsigned TcurveEvaluator::firstKeyNotBefore(TparamCurve const& curve, TevalTime 
     return first;
 }
 
-void TcurveEvaluator::rememberFastSpan(TparamCurve& curve, TspanKeys const& span)
+[[gnu::always_inline]] inline void TcurveEvaluator::rememberFastSpan(TparamCurve& curve, TspanKeys const& span)
 {
-    if (blockingOverride()) {
-        return;  // the shortcut would keep answering stepped spans once the override ends
-    }
     if (curve.isStatic()) {
         fFastSpan = -1;
         return;
@@ -279,12 +261,21 @@ void TcurveEvaluator::rememberFastSpan(TparamCurve& curve, TspanKeys const& span
     fFastLow = span.fStart;
     fFastHigh = span.fEnd;
     if (curve.fTickKeys != nullptr) {
-        fFastLow = std::max(fFastLow, comparedSeconds(curve, span.fFirst));
-        fFastHigh = std::min(fFastHigh, comparedSeconds(curve, span.fSecond));
+        narrowToComparedSeconds(curve, span);
     }
     fFastFirstValue = span.fFirst->value();
     fFastSecondValue = span.fSecond->value();
-    fFastMethod = span.fFirst->interpMethod();
+    // The key's own method: the shortcut answers nothing while a blocking
+    // override is on, and must not keep a stepped span once it ends.
+    fFastMethod = span.fFirst->storedInterpMethod();
+}
+
+// On tick curves the shortcut's interval also leaves out each key's time as
+// seconds are compared with it.
+void TcurveEvaluator::narrowToComparedSeconds(TparamCurve const& curve, TspanKeys const& span)
+{
+    fFastLow = std::max(fFastLow, comparedSeconds(curve, span.fFirst));
+    fFastHigh = std::min(fFastHigh, comparedSeconds(curve, span.fSecond));
 }
 
 double TcurveEvaluator::valueAtKey(TparamCurve& curve, unsigned index)
@@ -496,10 +487,13 @@ void TcurveEvaluator::setInterpolationInterval(TparamCurve& curve, unsigned inde
     buildSpanSegment(curve, spanKeys(curve, index));
 }
 
+// While a blocking override is on, keys report stepped types and the segment
+// takes the kind they ask for then: it is not remembered for its span, so the
+// override applies only while it is on.
 void TcurveEvaluator::buildSpanSegment(TparamCurve& curve, TspanKeys const& span)
 {
     buildSegmentOver(curve, span, span.fFirst);
-    fInterpolatorSpan = static_cast<std::int32_t>(span.fIndex);
+    fInterpolatorSpan = blockingOverride() ? -1 : static_cast<std::int32_t>(span.fIndex);
 }
 
 void TcurveEvaluator::buildSegmentOver(TparamCurve& curve, TspanKeys const& span, Tkeyframe const* kindOf)

@@ -126,6 +126,7 @@ private:
     // computed as valueInSpan would; false when that shortcut does not hold.
     [[gnu::always_inline]] bool valueInFastSpan(double seconds, double& value) const;
     void rememberFastSpan(TparamCurve& curve, TspanKeys const& span);
+    [[gnu::noinline]] void narrowToComparedSeconds(TparamCurve const& curve, TspanKeys const& span);
     // The control points of a span as its segment is built from them:
     // x0, y0, x1, y1, x2, y2, x3, y3.
     static void spanControls(TspanKeys const& span, double c[8]);
@@ -141,7 +142,6 @@ private:
     {
         return TparamCurve::fsOverrideTangentsForBlockingMode || Tkeyframe::fsOverrideTangentsForBlockingMode;
     }
-    void followBlockingOverride();
 
     // The sweep shortcut's fields come first and together: a host evaluating
     // many curves once per frame reads them from a cold cache.
@@ -172,7 +172,6 @@ private:
     T2dAnimCurve* fInterpolator = nullptr;
     Tkeyframe const* fCachedKey = nullptr;
     unsigned fCachedKeyIndex = 0;
-    bool fRememberedUnderOverride = false;
     // Contiguous copies of the key times for searches; only the one of the
     // curve's time form is used. Stale from the index given to invalidate().
     TkeyTimeMirror<TfloatKeyframePtrSObj> fFloatTimes;

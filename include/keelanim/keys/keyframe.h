@@ -177,10 +177,18 @@ public:
     // out type is step-next; else 0.
     TspanInterpMethod interpMethod() const
     {
+        if (!fFlags.isSet(kForcedInterpBit) && blockingOverrideApplies()) {
+            return kInterpStep;
+        }
+        return storedInterpMethod();
+    }
+    // The same without the blocking override: what the key's own data asks.
+    TspanInterpMethod storedInterpMethod() const
+    {
         if (fFlags.isSet(kForcedInterpBit)) {
             return kInterpLinear;
         }
-        if (fTanOutType == kTangentStep || blockingOverrideApplies()) {
+        if (fTanOutType == kTangentStep) {
             return kInterpStep;
         }
         return fTanOutType == kTangentStepNext ? kInterpStepNext : kInterpSegment;
