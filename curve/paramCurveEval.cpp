@@ -1,5 +1,7 @@
-// TparamCurve: evaluation and the span segments, answered by the curve's
-// evaluator (curve/detail/curveEvaluator.h); span interpolation methods.
+// TparamCurve: infinities, values at plug-in keys, the cache reset and the
+// span segments, answered by the curve's evaluator (curve/detail/
+// curveEvaluator.h, which also holds the evaluate() entry points so that the
+// full rules inline into them); tangent angles and span interpolation methods.
 
 #include "keelanim/curve/paramCurve.h"
 

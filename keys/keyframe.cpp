@@ -104,20 +104,15 @@ bool keyTangentDefaults(TtangentType& in, TtangentType& out)
 
 bool Tkeyframe::fsOverrideTangentsForBlockingMode = false;
 
-// Keys are made on whatever thread uses their curve: each thread takes
-// serials from the shared count in blocks, so that making a key costs no
-// atomic operation.
+// Keys live on whatever thread uses their curve.
 std::uint32_t Tkeyframe::nextSerial()
 {
-    constexpr std::uint32_t kSerialBlock = 4096;
     static std::atomic<std::uint32_t> shared{0};
-    thread_local std::uint32_t next = 0;
-    thread_local std::uint32_t end = 0;
-    if (next == end) {
-        next = shared.fetch_add(kSerialBlock, std::memory_order_relaxed) + 1;
-        end = next + kSerialBlock;
+    std::uint32_t serial = 0;
+    while (serial == 0) {  // 0 means "none yet", also after the count wraps
+        serial = shared.fetch_add(1, std::memory_order_relaxed) + 1;
     }
-    return next++;
+    return serial;
 }
 
 // --- Construction --------------------------------------------------------------

@@ -143,33 +143,31 @@ private:
         return TparamCurve::fsOverrideTangentsForBlockingMode || Tkeyframe::fsOverrideTangentsForBlockingMode;
     }
 
-    // The sweep shortcut's fields come first and together: a host evaluating
-    // many curves once per frame reads them from a cold cache.
+    // The sweep shortcut's fields come first and together, those of a
+    // Hermite span (the most common) foremost: a host evaluating many curves
+    // once per frame reads them from a cold cache.
     //
-    // The span the last evaluation landed in, with its open time interval:
-    // a time strictly inside it is answered at once, as the cached lookup
-    // would answer it.
+    // The span the last evaluation landed in, with the open interval it
+    // answers: a time strictly inside it is answered at once, as the cached
+    // lookup would answer it. On tick curves the interval also leaves out
+    // each key's time read as float seconds, which seconds are compared with.
     std::int32_t fFastSpan = -1;
     Tkeyframe::TspanInterpMethod fFastMethod = Tkeyframe::kInterpSegment;
-    // The span of fCubic (-1: none) and the span fInterpolator is built for.
-    std::int32_t fCubicSpan = -1;
-    std::int32_t fInterpolatorSpan = -1;
-    // The segment span evaluated or asked for last (-1: none).
-    std::int32_t fCurrentSpan = -1;
-    // The open interval the shortcut answers, and the span's key times that
-    // its linear value is computed from. They differ only on tick curves,
-    // where the interval also leaves out each key's time read as float
-    // seconds, which seconds are compared with.
     double fFastLow = 0.0;
     double fFastHigh = 0.0;
+    // The cubic of Hermite span fCubicSpan (-1: none), computed here rather
+    // than in a segment so that changing span and the shortcut make no call.
+    std::int32_t fCubicSpan = -1;
+    std::int32_t fInterpolatorSpan = -1;  // the span fInterpolator is built for
+    ThermiteCubic fCubic;
+    T2dAnimCurve* fInterpolator = nullptr;
+    // The shortcut's span keys' times and values, for linear and stepped spans.
     double fFastStart = 0.0;
     double fFastEnd = 0.0;
     double fFastFirstValue = 0.0;
     double fFastSecondValue = 0.0;
-    // The cubic of Hermite span fCubicSpan, computed here rather than in a
-    // segment so that changing span and the shortcut make no call.
-    ThermiteCubic fCubic;
-    T2dAnimCurve* fInterpolator = nullptr;
+    // The segment span evaluated or asked for last (-1: none).
+    std::int32_t fCurrentSpan = -1;
     Tkeyframe const* fCachedKey = nullptr;
     unsigned fCachedKeyIndex = 0;
     // Contiguous copies of the key times for searches; only the one of the

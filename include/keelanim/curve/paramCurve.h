@@ -187,7 +187,7 @@ public:
     bool setBreakdown(unsigned index, bool on);
     bool setTickDrawSpecial(unsigned index, bool on);
 
-    // --- Evaluation (curve/paramCurveEval.cpp, curve/detail/curveEvaluator) -
+    // --- Evaluation (curve/detail/curveEvaluator.cpp, curve/paramCurveEval.cpp)
     // The value at a time in the curve's own form (ticks exact on an
     // animTime curve). Inside the keys by the span's interpolation, outside
     // by the infinity types. A NaN time answers the first key's value (0 for
@@ -282,8 +282,9 @@ public:
     // when the span has no segment.
     bool minMaxValueAndTime(unsigned span, float& t0, double& vMin, float& t1, double& vMax);
 
-    // --- Undo: recording and replay (curve/paramCurveRecording.cpp; the
-    //     records themselves live in undo/) ------------------------------------
+    // --- Undo: recording and replay (curve/paramCurveRecording.cpp; weighting
+    //     in curve/paramCurveTangents.cpp, detaching and swapping keys in
+    //     curve/paramCurveEdit.cpp; the records themselves live in undo/) ----
     // Offers a new record to the modification's pending delta (see the
     // source for the exact rules); outside a modification the caller keeps
     // `delta` and `append` is answered.

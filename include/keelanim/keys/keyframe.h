@@ -119,7 +119,13 @@ public:
     // A number no other key object made by this process has had (until 2^32
     // keys later): it tells a key apart from a later one made at the same
     // address, which is how handles notice that their key was replaced.
-    std::uint32_t serial() const { return fSerial; }
+    std::uint32_t serial() const
+    {
+        if (fSerial == 0) {
+            fSerial = nextSerial();
+        }
+        return fSerial;
+    }
 
     // --- Tangents ----------------------------------------------------------
     void getTanIn(float& x, float& y) const
@@ -231,8 +237,9 @@ private:
     TbitField64 fFlags;
     float* fEulerSampleCache = nullptr;
     float fQuatComponent = 1.0f;
-    // Fresh for every key object made, copies included; assignment keeps it.
-    std::uint32_t fSerial = nextSerial();
+    // Given on first request (0 until then), so that keys no handle asks
+    // about cost nothing; copies start without one, assignment keeps it.
+    mutable std::uint32_t fSerial = 0;
 };
 
 // TNLEData: maps key tick times through a non-linear-editing clip to host
