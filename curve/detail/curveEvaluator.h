@@ -26,7 +26,10 @@ inline double linearSpanValue(double t, double t0, double t1, double v0, double 
 //  - the span of the last evaluation with its open time interval, so that a
 //    sweep landing in it again is answered without any lookup;
 //  - the Hermite cubic of the last span that needed one;
-//  - the segment of the last span evaluated by a segment (owned).
+//  - the segment of the span evaluated or asked for last (owned; a Hermite
+//    span's is built only when someone asks for it).
+// Nothing is remembered for a span answered under a blocking override, so
+// the override applies exactly while it is on.
 // Evaluation allocates nothing; the copy of the key times grows on edits
 // (invalidate() reserves room for every key).
 //
