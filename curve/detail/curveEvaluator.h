@@ -28,8 +28,9 @@ inline double linearSpanValue(double t, double t0, double t1, double v0, double 
 //  - the Hermite cubic of the last span that needed one;
 //  - the segment of the span evaluated or asked for last (owned; a Hermite
 //    span's is built only when someone asks for it).
-// Nothing is remembered for a span answered under a blocking override, so
-// the override applies exactly while it is on.
+// While a blocking override is on, the sweep shortcut answers nothing and a
+// segment built then is not kept for its span, so the override applies
+// exactly while it is on.
 // Evaluation allocates nothing; the copy of the key times grows on edits
 // (invalidate() reserves room for every key).
 //
