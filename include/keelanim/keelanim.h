@@ -34,6 +34,7 @@
 #include "keelanim/curve/paramCurve.h"
 #include "keelanim/curve/paramCurveEnums.h"
 
+#include "keelanim/editing/keyframeAccountant.h"
 #include "keelanim/editing/keyframeGroup.h"
 #include "keelanim/editing/keyframeHandle.h"
 

@@ -4,6 +4,8 @@
 
 #include <initializer_list>
 #include <memory>
+#include <sstream>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -86,5 +88,24 @@ public:
         return n;
     }
 };
+
+// Everything undo must restore, as text: per key, time, value, tangents,
+// types and flags other than selection; per curve, infinities and weighting.
+inline std::string curveState(TparamCurve const& curve)
+{
+    std::ostringstream out;
+    out.precision(17);
+    out << curve.preInfinityType() << ' ' << curve.postInfinityType() << ' ' << curve.isWeighted() << '\n';
+    for (unsigned i = 0; i < curve.keyframeCountAll(); ++i) {
+        Tkeyframe const* key = curve.keyframe(i);
+        float ix = 0, iy = 0, ox = 0, oy = 0;
+        key->getTanIn(ix, iy);
+        key->getTanOut(ox, oy);
+        out << key->timeValue().rawSlot() << ' ' << key->value() << ' ' << ix << ' ' << iy << ' ' << ox << ' ' << oy
+            << ' ' << key->storedTanInType() << ' ' << key->storedTanOutType() << ' '
+            << (key->flags().word() & ~std::uint64_t(kPickPartsMask)) << ' ' << key->quatComponent() << '\n';
+    }
+    return out.str();
+}
 
 }  // namespace keeltest

@@ -9,30 +9,12 @@
 #include <algorithm>
 #include <memory>
 #include <random>
-#include <sstream>
 #include <string>
 #include <vector>
 
 namespace {
 
-// Everything undo must restore: per key, time, value, tangents, types and
-// flags other than selection; per curve, infinities and weighting.
-std::string stateOf(TparamCurve const& curve)
-{
-    std::ostringstream out;
-    out.precision(17);
-    out << curve.preInfinityType() << ' ' << curve.postInfinityType() << ' ' << curve.isWeighted() << '\n';
-    for (unsigned i = 0; i < curve.keyframeCountAll(); ++i) {
-        Tkeyframe const* key = curve.keyframe(i);
-        float ix = 0, iy = 0, ox = 0, oy = 0;
-        key->getTanIn(ix, iy);
-        key->getTanOut(ox, oy);
-        out << key->timeValue().rawSlot() << ' ' << key->value() << ' ' << ix << ' ' << iy << ' ' << ox << ' ' << oy
-            << ' ' << key->storedTanInType() << ' ' << key->storedTanOutType() << ' '
-            << (key->flags().word() & ~std::uint64_t(kPickPartsMask)) << ' ' << key->quatComponent() << '\n';
-    }
-    return out.str();
-}
+using keeltest::curveState;
 
 // Steps hold the records the edits name, nothing else: observers and plug-ins
 // see exactly those.
@@ -135,7 +117,7 @@ TEST(UndoRoundTrip, TenThousandRandomSequencesUndoAndRedoExactly)
     TrandomEditor editor(2026);
     for (int sequence = 0; sequence < kSequences; ++sequence) {
         auto curve = randomCurve(editor, sequence % 2 == 0);
-        std::string const original = stateOf(*curve);
+        std::string const original = curveState(*curve);
         TparamCurveDeltaUser user;
         unsigned const modifications = 1 + editor.random()() % 3;
         for (unsigned m = 0; m < modifications; ++m) {
@@ -146,14 +128,14 @@ TEST(UndoRoundTrip, TenThousandRandomSequencesUndoAndRedoExactly)
             }
             user.endParamCurveMod(*curve);
         }
-        std::string const edited = stateOf(*curve);
+        std::string const edited = curveState(*curve);
         ASSERT_TRUE(holdsOnlyNamedRecords(user.step())) << "sequence " << sequence;
         user.undoPC();
-        ASSERT_EQ(stateOf(*curve), original) << "sequence " << sequence << " undo";
+        ASSERT_EQ(curveState(*curve), original) << "sequence " << sequence << " undo";
         user.redoPC();
-        ASSERT_EQ(stateOf(*curve), edited) << "sequence " << sequence << " redo";
+        ASSERT_EQ(curveState(*curve), edited) << "sequence " << sequence << " redo";
         user.undoPC();
-        ASSERT_EQ(stateOf(*curve), original) << "sequence " << sequence << " second undo";
+        ASSERT_EQ(curveState(*curve), original) << "sequence " << sequence << " second undo";
     }
 }
 
@@ -163,8 +145,8 @@ TEST(UndoRoundTrip, StepsOfTwoCurvesUndoTogether)
     for (int sequence = 0; sequence < 200; ++sequence) {
         auto a = randomCurve(editor, true);
         auto b = randomCurve(editor, false);
-        std::string const aBefore = stateOf(*a);
-        std::string const bBefore = stateOf(*b);
+        std::string const aBefore = curveState(*a);
+        std::string const bBefore = curveState(*b);
         TparamCurveDeltaUser user;
         user.beginParamCurveMod(*a);
         user.beginParamCurveMod(*b);
@@ -175,8 +157,8 @@ TEST(UndoRoundTrip, StepsOfTwoCurvesUndoTogether)
         user.endParamCurveMod(*a);
         user.endParamCurveMod(*b);
         user.undoPC();
-        ASSERT_EQ(stateOf(*a), aBefore) << sequence;
-        ASSERT_EQ(stateOf(*b), bBefore) << sequence;
+        ASSERT_EQ(curveState(*a), aBefore) << sequence;
+        ASSERT_EQ(curveState(*b), bBefore) << sequence;
     }
 }
 
@@ -185,7 +167,7 @@ TEST(UndoRoundTrip, MuseumCurvesSurviveEditAndUndo)
     TrandomEditor editor(99);
     for (auto const& exhibit : keeltest::museum()) {
         auto curve = exhibit.fBuild();
-        std::string const original = stateOf(*curve);
+        std::string const original = curveState(*curve);
         TparamCurveDeltaUser user;
         user.beginParamCurveMod(*curve);
         for (int e = 0; e < 8; ++e) {
@@ -193,7 +175,7 @@ TEST(UndoRoundTrip, MuseumCurvesSurviveEditAndUndo)
         }
         user.endParamCurveMod(*curve);
         user.undoPC();
-        EXPECT_EQ(stateOf(*curve), original) << exhibit.fName;
+        EXPECT_EQ(curveState(*curve), original) << exhibit.fName;
     }
 }
 
@@ -216,14 +198,14 @@ TEST(UndoRoundTrip, RefusedReplayChangesNothingAndSaysNothing)
     for (int sequence = 0; sequence < 1000; ++sequence) {
         bool const veto = sequence % 2 == 1;
         auto curve = randomCurve(editor, sequence % 4 < 2);
-        std::string const original = stateOf(*curve);
+        std::string const original = curveState(*curve);
         TparamCurveDeltaUser user;
         user.beginParamCurveMod(*curve);
         for (unsigned e = 1 + editor.random()() % 6; e > 0; --e) {
             editor.edit(*curve);
         }
         user.endParamCurveMod(*curve);
-        std::string const edited = stateOf(*curve);
+        std::string const edited = curveState(*curve);
         keeltest::TmessageLog heard;
         curve->addClient(&heard, TparamCurveModifiedMsgTmeta, &keeltest::TmessageLog::heard);
         TparamCurve::addGlobalClient(&heard, &keeltest::TmessageLog::heard);
@@ -234,16 +216,16 @@ TEST(UndoRoundTrip, RefusedReplayChangesNothingAndSaysNothing)
             curve->setLockedParams(~0u);
         }
         user.undoPC();
-        ASSERT_EQ(stateOf(*curve), edited) << "sequence " << sequence << (veto ? " vetoed" : " locked");
+        ASSERT_EQ(curveState(*curve), edited) << "sequence " << sequence << (veto ? " vetoed" : " locked");
         ASSERT_TRUE(heard.fEntries.empty()) << "sequence " << sequence;
         TparamCurve::globalMsgDepot().removeClient(&vetoer);
         TparamCurve::removeGlobalClient(&heard);
         curve->setCurveFlag(TparamCurve::kAskHelpersBit, false);
         curve->setLockedParams(0);
         user.undoPC();
-        ASSERT_EQ(stateOf(*curve), original) << "sequence " << sequence << " undone once allowed";
+        ASSERT_EQ(curveState(*curve), original) << "sequence " << sequence << " undone once allowed";
         user.redoPC();
-        ASSERT_EQ(stateOf(*curve), edited) << "sequence " << sequence << " redone";
+        ASSERT_EQ(curveState(*curve), edited) << "sequence " << sequence << " redone";
     }
 }
 
@@ -289,11 +271,11 @@ TEST(UndoSteps, RecordsOfDeletedKeysAreInert)
         if (!c.fInsideTheModification) {
             c.fDrop(*curve);
         }
-        std::string const dropped = stateOf(*curve);
+        std::string const dropped = curveState(*curve);
         user.undoPC();
-        EXPECT_EQ(stateOf(*curve), dropped) << c.fName;
+        EXPECT_EQ(curveState(*curve), dropped) << c.fName;
         user.redoPC();
-        EXPECT_EQ(stateOf(*curve), dropped) << c.fName;
+        EXPECT_EQ(curveState(*curve), dropped) << c.fName;
     }
 }
 
