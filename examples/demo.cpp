@@ -288,6 +288,40 @@ void showUndo()
     TmessageCenter::fsMessageBoard->removeClient(&watcher);
 }
 
+void printCurve(char const* title, TparamCurve& curve)
+{
+    std::printf("  %-14s", title);
+    for (float t : {0.0f, 0.5f, 1.0f, 1.5f, 2.0f, 2.5f}) {
+        std::printf(" %7.3f", curve.evaluate(t));
+    }
+    std::printf("  (%u keys)\n", curve.keyframeCount());
+}
+
+// A tool that edits keys without recording asks the accountant afterwards.
+void showAccountant()
+{
+    TparamCurve curve(true);
+    for (int i = 0; i <= 2; ++i) {
+        curve.add(Tkeyframe(float(i), double(i % 2), kTangentSpline, kTangentSpline));
+    }
+    std::printf("\naccountant: records for edits made without a modification\n");
+    printCurve("before", curve);
+    TkeyframeAccountant accountant;
+    accountant.addCurve(curve);
+    curve.setValue(0, 2.0);
+    curve.remove(2);
+    curve.add(Tkeyframe(2.5f, -1.0, kTangentFlat, kTangentFlat));
+    printCurve("edited", curve);
+    accountant.audit();
+    TparamCurveDeltaComp step;
+    accountant.done(0, step);
+    std::printf("  audit found %u change(s), handed out as %u record(s)\n", accountant.numChanges(0), step.length());
+    step.undo();
+    printCurve("undone", curve);
+    step.redo();
+    printCurve("redone", curve);
+}
+
 }  // namespace
 
 int main()
@@ -298,5 +332,6 @@ int main()
     showEvaluation();
     showTangentTypes();
     showUndo();
+    showAccountant();
     return 0;
 }
