@@ -2,53 +2,41 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <vector>
 
 namespace {
 
-struct Tpair {
-    int fA;
-    int fB;
-};
+std::vector<int> contents(TtypedArray<int> const& values)
+{
+    return std::vector<int>(values.begin(), values.end());
+}
 
-TEST(ArrayStorage, GrowsPastPhysicalSizeAndKeepsContents)
+TEST(ArrayStorage, SizesGrowAndShrinkKeepingContents)
 {
     TtypedArray<int> values(2);
     EXPECT_EQ(values.physicalSize(), 2u);
     for (int i = 0; i < 1000; ++i) {
         ASSERT_TRUE(values.addLast(i));
     }
-    EXPECT_EQ(values.count(), 1000u);
     EXPECT_GE(values.physicalSize(), 1000u);
     for (unsigned i = 0; i < 1000; ++i) {
         ASSERT_EQ(values[i], int(i));
     }
-}
-
-TEST(ArrayStorage, ShrinkingLogicalSizeKeepsStorage)
-{
-    TtypedArray<int> values;
-    ASSERT_TRUE(values.changeLogicalSizeTo(50));
     unsigned const physical = values.physicalSize();
     ASSERT_TRUE(values.changeLogicalSizeTo(3));
-    EXPECT_EQ(values.physicalSize(), physical);
+    EXPECT_EQ(values.physicalSize(), physical) << "a logical shrink keeps the storage";
     ASSERT_TRUE(values.changeLogicalSizeTo(10));
     EXPECT_EQ(values[9], 0) << "regrown elements are zeroed";
-}
-
-TEST(ArrayStorage, PhysicalShrinkDropsTail)
-{
-    TtypedArray<int> values;
-    for (int i = 0; i < 10; ++i) {
-        values.addLast(i);
-    }
     ASSERT_TRUE(values.changePhysicalSizeTo(4));
-    EXPECT_EQ(values.count(), 4u);
-    EXPECT_EQ(values[3], 3);
+    EXPECT_EQ(contents(values), (std::vector<int>{0, 1, 2, 0})) << "a physical shrink drops the tail";
 }
 
 TEST(ArrayStorage, CreateAndInitialiseFillsCopies)
 {
+    struct Tpair {
+        int fA;
+        int fB;
+    };
     Tarray raw(sizeof(Tpair), 0);
     Tpair const init{7, -7};
     ASSERT_TRUE(raw.createAndInitialise(&init, 5, 16));
@@ -60,7 +48,7 @@ TEST(ArrayStorage, CreateAndInitialiseFillsCopies)
     EXPECT_EQ(raw.elementAt(5), nullptr);
 }
 
-TEST(ArrayElements, InsertRemoveFind)
+TEST(ArrayElements, InsertRemoveFindAndCopy)
 {
     TtypedArray<int> values;
     for (int v : {1, 2, 4}) {
@@ -69,10 +57,7 @@ TEST(ArrayElements, InsertRemoveFind)
     ASSERT_TRUE(values.insert(3, 2));
     int const nine = 9;
     ASSERT_TRUE(values.insertElement(&nine, 0, 2));
-    EXPECT_EQ(values.count(), 6u);
-    EXPECT_EQ(values[0], 9);
-    EXPECT_EQ(values[1], 9);
-    EXPECT_EQ(values[4], 3);
+    EXPECT_EQ(contents(values), (std::vector<int>{9, 9, 1, 2, 3, 4}));
     unsigned index = 0;
     ASSERT_TRUE(values.find(4, index));
     EXPECT_EQ(index, 5u);
@@ -81,30 +66,17 @@ TEST(ArrayElements, InsertRemoveFind)
     ASSERT_TRUE(values.removeElement(&three));
     EXPECT_FALSE(values.find(3, index));
     EXPECT_EQ(index, values.count()) << "not found reports the end";
-    EXPECT_EQ(values.count(), 3u);
-}
-
-TEST(ArrayElements, InsertingAnElementOfTheArrayItselfIsSafe)
-{
-    TtypedArray<int> values(1);
-    values.addLast(5);
-    // The source lives in the storage that the insertion reallocates.
-    ASSERT_TRUE(values.insertElement(values.elementAt(0), 0, 40));
-    EXPECT_EQ(values.count(), 41u);
-    EXPECT_EQ(values[40], 5);
-    EXPECT_EQ(values[0], 5);
-}
-
-TEST(ArrayElements, CopyElementsExtendsTheEnd)
-{
-    TtypedArray<int> values;
-    values.addLast(1);
     int const source[] = {7, 8, 9};
-    ASSERT_TRUE(values.copyElements(1, source, 3));
-    EXPECT_EQ(values.count(), 4u);
-    EXPECT_EQ(values[3], 9);
+    ASSERT_TRUE(values.copyElements(2, source, 3));
+    EXPECT_EQ(contents(values), (std::vector<int>{1, 2, 7, 8, 9})) << "copying overwrites and extends the end";
     EXPECT_FALSE(values.copyElements(10, source, 1)) << "a gap past the end is refused";
     EXPECT_FALSE(values.copyElements(0, nullptr, 1));
+
+    TtypedArray<int> one(1);
+    one.addLast(5);
+    // The source lives in the storage that the insertion reallocates.
+    ASSERT_TRUE(one.insertElement(one.elementAt(0), 0, 40));
+    EXPECT_EQ(contents(one), std::vector<int>(41, 5));
 }
 
 TEST(ArrayRefusals, BadIndicesChangeNothing)
@@ -115,7 +87,7 @@ TEST(ArrayRefusals, BadIndicesChangeNothing)
     EXPECT_FALSE(values.removeAt(1, 1));
     EXPECT_FALSE(values.remove(7)) << "no element equals 7";
     EXPECT_EQ(values.at(7), 0);
-    EXPECT_EQ(values.count(), 1u);
+    EXPECT_EQ(contents(values), (std::vector<int>{1}));
     EXPECT_TRUE(values.removeAt(0, 100)) << "a long range is clipped";
     EXPECT_TRUE(values.empty());
 }
@@ -131,6 +103,48 @@ TEST(ArrayCopies, AreDeep)
     EXPECT_EQ(a[0], 2);
     a = a;  // self-assignment keeps the contents
     EXPECT_EQ(a[0], 2);
+}
+
+TEST(ArrayWholes, SlicesSelfAliasingSwapsAndArraysOfArrays)
+{
+    TtypedArray<int> first;
+    int const three[] = {1, 2, 3};
+    first.addLast(three, 3);
+    TtypedArray<int> second;
+    second.copy(first, 1, 5);
+    EXPECT_EQ(contents(second), (std::vector<int>{2, 3})) << "slices are clipped to the source";
+    second.catenate(first, 0, 1);
+    second.catenate(TtypedArray<int>());
+    EXPECT_EQ(contents(second), (std::vector<int>{2, 3, 1}));
+    second.copy(second, 1);
+    second.catenate(second);
+    EXPECT_EQ(contents(second), (std::vector<int>{3, 1, 3, 1})) << "an array may be its own source";
+    second.copy(TtypedArray<int>());
+    EXPECT_TRUE(second.empty()) << "copying an empty array empties";
+    EXPECT_TRUE(second.createAndSet(7, 0, 2));
+    EXPECT_FALSE(second.createAndSet(7, 5, 1)) << "a gap past the end is refused";
+    first.swap(second);
+    EXPECT_EQ(contents(first), (std::vector<int>{7, 7}));
+    ASSERT_TRUE(second.insert(second.begin(), 0, 2));  // from itself
+    EXPECT_EQ(contents(second), (std::vector<int>{1, 2, 1, 2, 3}));
+    EXPECT_TRUE(second.remove(2));
+    EXPECT_EQ(contents(second), (std::vector<int>{1, 1, 2, 3})) << "only the first match goes";
+
+    TvalueArray<TtypedArray<int>> lists;
+    lists.addLast(first);
+    lists.addLast(second);
+    lists.addLast(lists[0]);  // an element of itself
+    ASSERT_EQ(lists.count(), 3u);
+    EXPECT_TRUE(lists[2] == first);
+    TvalueArray<TtypedArray<int>> copy(lists);
+    copy[0][0] = 8;
+    EXPECT_EQ(lists[0][0], 7) << "copies are deep";
+    unsigned index = 0;
+    EXPECT_TRUE(copy.find(second, index));
+    EXPECT_EQ(index, 1u);
+    copy.catenate(copy);
+    ASSERT_EQ(copy.count(), 6u);
+    EXPECT_TRUE(copy[4] == second);
 }
 
 class TcountingArray : public TobjArray {
@@ -162,16 +176,6 @@ TEST(ObjArray, HooksSeeEveryElementEnterAndLeave)
     array.reset();
     EXPECT_EQ(array.fDestructed, 5);
     EXPECT_EQ(array.logicalSize(), 0u);
-}
-
-TEST(SortedArrayBase, RemembersDuplicatePolicy)
-{
-    TsortedArray dup(8, 4, true);
-    TsortedArray unique(8, 4, false);
-    EXPECT_TRUE(dup.allowDuplicates());
-    EXPECT_FALSE(unique.allowDuplicates());
-    EXPECT_EQ(dup.elementSize(), 8u);
-    EXPECT_EQ(dup.physicalSize(), 4u);
 }
 
 }  // namespace

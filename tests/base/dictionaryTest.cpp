@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <random>
 #include <set>
+#include <vector>
 
 namespace {
 
@@ -41,37 +41,32 @@ std::vector<int> keysInOrder(Tdictionary& dictionary)
     return keys;
 }
 
-TEST(DictionaryOrder, StoresClonesInOrder)
+TintNode* insert(Tdictionary& dictionary, int key, int payload = 0)
+{
+    TintNode probe(key, payload);
+    TdictionaryNode* stored = dictionary.insertNode(probe);
+    EXPECT_NE(stored, &probe) << "the dictionary keeps its own clone";
+    return static_cast<TintNode*>(stored);
+}
+
+TEST(DictionaryOrder, StoresClonesInOrderAndEqualKeysTakeTheNewValue)
 {
     Tdictionary dictionary;
-    for (int k : {5, 1, 9, 3}) {
-        TintNode probe(k, k * 10);
-        TdictionaryNode* stored = dictionary.insertNode(probe);
-        ASSERT_NE(stored, nullptr);
-        EXPECT_NE(stored, &probe) << "the dictionary keeps its own clone";
+    TintNode* const three = insert(dictionary, 3, 30);
+    for (int k : {5, 1, 9}) {
+        ASSERT_NE(insert(dictionary, k, k * 10), nullptr);
     }
     EXPECT_EQ(keysInOrder(dictionary), (std::vector<int>{1, 3, 5, 9}));
+    EXPECT_EQ(insert(dictionary, 3, 99), three);
+    EXPECT_EQ(three->fPayload, 99);
     EXPECT_EQ(dictionary.count(), 4u);
 }
 
-TEST(DictionaryOrder, InsertingAnEqualKeyTakesTheNewValue)
-{
-    Tdictionary dictionary;
-    TintNode first(2, 20);
-    TintNode second(2, 99);
-    TdictionaryNode* a = dictionary.insertNode(first);
-    TdictionaryNode* b = dictionary.insertNode(second);
-    EXPECT_EQ(a, b);
-    EXPECT_EQ(static_cast<TintNode*>(b)->fPayload, 99);
-    EXPECT_EQ(dictionary.count(), 1u);
-}
-
-TEST(DictionarySearch, FindsAndMissesAndRemoves)
+TEST(DictionarySearch, FindsMissesAndRemoves)
 {
     Tdictionary dictionary;
     for (int k = 0; k < 10; k += 2) {
-        TintNode probe(k);
-        dictionary.insertNode(probe);
+        insert(dictionary, k);
     }
     TintNode four(4);
     TintNode five(5);
@@ -85,17 +80,13 @@ TEST(DictionarySearch, FindsAndMissesAndRemoves)
 TEST(DictionarySearch, BookmarkSkipsTheSecondSearchAndStaleOnesAreIgnored)
 {
     Tdictionary dictionary;
-    TintNode one(1);
-    TintNode three(3);
-    dictionary.insertNode(one);
-    dictionary.insertNode(three);
+    insert(dictionary, 1);
+    insert(dictionary, 3);
     Tbookmark mark;
     TintNode two(2);
     EXPECT_EQ(dictionary.searchNode(two, mark), nullptr);
     EXPECT_TRUE(mark.valid());
-    // The dictionary changes between the search and the insertion.
-    TintNode zero(0);
-    dictionary.insertNode(zero);
+    insert(dictionary, 0);  // the dictionary changes between the search and the insertion
     dictionary.insertNode(two, mark);
     EXPECT_EQ(keysInOrder(dictionary), (std::vector<int>{0, 1, 2, 3}));
 }
@@ -116,8 +107,7 @@ TEST(DictionaryWalk, StaysOrderedAfterManyInsertsAndRemoves)
             model.insert(key);
         }
     }
-    std::vector<int> const expected(model.begin(), model.end());
-    EXPECT_EQ(keysInOrder(dictionary), expected);
+    EXPECT_EQ(keysInOrder(dictionary), std::vector<int>(model.begin(), model.end()));
     EXPECT_EQ(dictionary.count(), model.size());
     // Every level is an ordered sub-list of level 0.
     for (int level = 1; level < Tbookmark::kMaxLevels; ++level) {
@@ -137,16 +127,14 @@ TEST(DictionaryLifetime, ResetAndDestructionDestroyEveryNode)
     {
         Tdictionary dictionary;
         for (int k = 0; k < 100; ++k) {
-            TintNode probe(k);
-            dictionary.insertNode(probe);
+            insert(dictionary, k);
         }
         EXPECT_EQ(TintNode::sLive, before + 100);
         dictionary.reset();
         EXPECT_EQ(TintNode::sLive, before);
         EXPECT_TRUE(dictionary.empty());
         EXPECT_EQ(dictionary.first(), nullptr);
-        TintNode probe(1);
-        dictionary.insertNode(probe);
+        insert(dictionary, 1);
     }
     EXPECT_EQ(TintNode::sLive, before);
 }
@@ -157,8 +145,7 @@ TEST(DictionaryNodes, ForwardBeyondTheirLevelsIsNull)
     EXPECT_EQ(node.levels(), 3);
     EXPECT_EQ(node.forward(-1), nullptr);
     EXPECT_EQ(node.forward(3), nullptr);
-    TdictionaryNode tooMany(1000);
-    EXPECT_EQ(tooMany.levels(), Tbookmark::kMaxLevels);
+    EXPECT_EQ(TdictionaryNode(1000).levels(), Tbookmark::kMaxLevels);
 }
 
 }  // namespace

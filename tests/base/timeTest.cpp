@@ -10,6 +10,9 @@
 namespace {
 
 constexpr double kExact = 0.0;
+constexpr double kAngleTolerance = 1e-12;
+constexpr std::int32_t kMaxTicks = std::numeric_limits<std::int32_t>::max();
+constexpr std::int32_t kMinTicks = std::numeric_limits<std::int32_t>::min();
 
 TEST(AnimTime, UnitsConvertBothWays)
 {
@@ -29,46 +32,34 @@ TEST(AnimTime, UnitsConvertBothWays)
     }
 }
 
-TEST(AnimTime, RoundsTiesToEvenAndClampsAndRefusesNaN)
+TEST(AnimTime, RoundsTiesToEvenClampsSaturatesAndRefusesNaN)
 {
     EXPECT_EQ(TanimTime(0.5, kTicks).ticks(), 0);
     EXPECT_EQ(TanimTime(1.5, kTicks).ticks(), 2);
     EXPECT_EQ(TanimTime(-2.5, kTicks).ticks(), -2);
-    EXPECT_EQ(TanimTime(1e12, kSeconds).ticks(), std::numeric_limits<std::int32_t>::max());
-    EXPECT_EQ(TanimTime(-1e12, kSeconds).ticks(), std::numeric_limits<std::int32_t>::min());
+    EXPECT_EQ(TanimTime(1e12, kSeconds).ticks(), kMaxTicks);
+    EXPECT_EQ(TanimTime(-1e12, kSeconds).ticks(), kMinTicks);
     EXPECT_EQ(TanimTime(std::nan(""), kSeconds).ticks(), 0);
     EXPECT_EQ(TanimTime(1.0, static_cast<TtimeUnitSystem>(99)).ticks(), 0);
     EXPECT_EQ(TanimTime::fromTicks(5).valueInThisUnit(static_cast<TtimeUnitSystem>(-1)), 0.0);
-}
-
-TEST(AnimTime, ArithmeticSaturates)
-{
-    TanimTime const big = TanimTime::fromTicks(std::numeric_limits<std::int32_t>::max());
-    EXPECT_EQ((big + TanimTime::fromTicks(10)).ticks(), std::numeric_limits<std::int32_t>::max());
-    TanimTime const small = TanimTime::fromTicks(std::numeric_limits<std::int32_t>::min());
-    EXPECT_EQ((small - TanimTime::fromTicks(10)).ticks(), std::numeric_limits<std::int32_t>::min());
+    EXPECT_EQ((TanimTime::fromTicks(kMaxTicks) + TanimTime::fromTicks(10)).ticks(), kMaxTicks);
+    EXPECT_EQ((TanimTime::fromTicks(kMinTicks) - TanimTime::fromTicks(10)).ticks(), kMinTicks);
     EXPECT_LT(TanimTime::fromTicks(-6000), TanimTime::fromTicks(0));
 }
 
-TEST(TimeValue, FormsAndConversions)
+TEST(TimeValue, FormsConversionsAndComparisonAcrossForms)
 {
     TtimeValue const zero;
     EXPECT_FALSE(zero.isTicks());
     EXPECT_EQ(zero.seconds(), 0.0);
     TtimeValue const seconds(1.5f);
     EXPECT_FALSE(seconds.isTicks());
-    EXPECT_EQ(seconds.seconds(), 1.5);
     EXPECT_EQ(seconds.asAnimTime().ticks(), 9000);
-    TtimeValue const ticks(TanimTime::fromTicks(3000));
-    EXPECT_TRUE(ticks.isTicks());
-    EXPECT_EQ(ticks.seconds(), 0.5);
-    EXPECT_EQ(ticks.animTime().ticks(), 3000);
-}
-
-TEST(TimeValue, ComparisonAcrossForms)
-{
-    TtimeValue const half(0.5f);
     TtimeValue const halfTicks(TanimTime::fromTicks(3000));
+    EXPECT_TRUE(halfTicks.isTicks());
+    EXPECT_EQ(halfTicks.seconds(), 0.5);
+
+    TtimeValue const half(0.5f);
     EXPECT_TRUE(half == halfTicks);
     EXPECT_FALSE(half != halfTicks);
     EXPECT_TRUE(TtimeValue(TanimTime::fromTicks(-1)) < TtimeValue(TanimTime::fromTicks(0)));
@@ -100,10 +91,10 @@ TEST(Angle, UnitsQuarterAndSum)
 {
     Tangle const right(90.0, kDegrees);
     EXPECT_NEAR(right.radians(), Tangle::sQuarter.radians(), 1e-15);
-    EXPECT_NEAR((right + Tangle::sQuarter).degrees(), 180.0, 1e-12);
-    EXPECT_NEAR(Tangle(270.0, kDegrees, true).degrees(), -90.0, 1e-12);
-    EXPECT_NEAR(Tangle(-180.0, kDegrees, true).degrees(), 180.0, 1e-12) << "wrapping keeps (-180, 180]";
-    EXPECT_NEAR(Tangle(60.0, kAngularMinutes).degrees(), 1.0, 1e-12);
+    EXPECT_NEAR((right + Tangle::sQuarter).degrees(), 180.0, kAngleTolerance);
+    EXPECT_NEAR(Tangle(270.0, kDegrees, true).degrees(), -90.0, kAngleTolerance);
+    EXPECT_NEAR(Tangle(-180.0, kDegrees, true).degrees(), 180.0, kAngleTolerance) << "wrapping keeps (-180, 180]";
+    EXPECT_NEAR(Tangle(60.0, kAngularMinutes).degrees(), 1.0, kAngleTolerance);
 }
 
 TEST(Numeric, SplitWholeIsModfBitForBit)

@@ -34,9 +34,11 @@ protected:
     {
         TparamCurve::removeGlobalClient(&fGlobal);
         TparamCurve::globalMsgDepot().removeClient(&fGlobal);
+        TparamCurve::globalMsgDepot().removeClient(&fHelper);
         TparamCurve::fsModelUpdatesHook = nullptr;
     }
     TmessageLog fGlobal;
+    TanswerHelper fHelper{0};
 };
 
 TEST_F(ChangeBracket, LockedChannelsRefuseWithoutSideEffects)
@@ -55,32 +57,27 @@ TEST_F(ChangeBracket, LockedChannelsRefuseWithoutSideEffects)
     EXPECT_EQ(fGlobal.count(TparamCurveChangedMsgTmeta), 1u) << "only the allowed edit was reported";
 }
 
-TEST_F(ChangeBracket, CurvesThatAskTheirHelpersAreRefusedWithoutOne)
+TEST_F(ChangeBracket, CurvesThatAskTheirHelpersAndReferencedCurvesNeedPermission)
 {
-    auto curve = floatCurve({{0.0f, 1.0}});
-    curve->setCurveFlag(TparamCurve::kAskHelpersBit, true);
-    EXPECT_FALSE(curve->setValue(0, 2.0));
-    TanswerHelper allow(TparamCurveHelperMsg::kAllowChangeBit | 1);
-    TparamCurve::addGlobalHelper(&allow, &TanswerHelper::answer);
-    EXPECT_TRUE(curve->setValue(0, 2.0));
-    EXPECT_EQ(allow.fKinds, (std::vector<int>{2, 1, 0}));
-    EXPECT_EQ(allow.fEndAnswers, (std::vector<std::uint32_t>{1}));
-    TparamCurve::globalMsgDepot().removeClient(&allow);
-}
-
-TEST_F(ChangeBracket, ReferencedCurvesNeedTheirOwnPermission)
-{
-    auto curve = floatCurve({{0.0f, 1.0}});
-    curve->setCurveFlag(TparamCurve::kReferencedBit, true);
+    auto asking = floatCurve({{0.0f, 1.0}});
+    asking->setCurveFlag(TparamCurve::kAskHelpersBit, true);
+    auto referenced = floatCurve({{0.0f, 1.0}});
+    referenced->setCurveFlag(TparamCurve::kReferencedBit, true);
     EXPECT_FALSE(TparamCurve::refAnimCurvesEditable());
-    EXPECT_FALSE(curve->setValue(0, 2.0));
-    TanswerHelper onlyGeneral(TparamCurveHelperMsg::kAllowChangeBit);
-    TparamCurve::addGlobalHelper(&onlyGeneral, &TanswerHelper::answer);
-    EXPECT_FALSE(curve->setValue(0, 2.0)) << "bit 2 does not allow a referenced curve";
-    onlyGeneral.fReply = TparamCurveHelperMsg::kAllowReferencedBit;
-    EXPECT_TRUE(curve->setValue(0, 2.0));
-    EXPECT_EQ(onlyGeneral.fEndAnswers.back(), 0u) << "the begin answer dropped bit 1";
-    TparamCurve::globalMsgDepot().removeClient(&onlyGeneral);
+    EXPECT_FALSE(asking->setValue(0, 2.0)) << "no helper to ask";
+    EXPECT_FALSE(referenced->setValue(0, 2.0));
+
+    fHelper.fReply = TparamCurveHelperMsg::kAllowChangeBit | 1;
+    TparamCurve::addGlobalHelper(&fHelper, &TanswerHelper::answer);
+    EXPECT_TRUE(asking->setValue(0, 2.0));
+    EXPECT_EQ(fHelper.fKinds, (std::vector<int>{2, 1, 0}));
+    EXPECT_EQ(fHelper.fEndAnswers, (std::vector<std::uint32_t>{1}));
+
+    fHelper.fReply = TparamCurveHelperMsg::kAllowChangeBit;
+    EXPECT_FALSE(referenced->setValue(0, 2.0)) << "bit 2 does not allow a referenced curve";
+    fHelper.fReply = TparamCurveHelperMsg::kAllowReferencedBit;
+    EXPECT_TRUE(referenced->setValue(0, 2.0));
+    EXPECT_EQ(fHelper.fEndAnswers.back(), 0u) << "the begin answer dropped bit 1";
 }
 
 TEST_F(ChangeBracket, NestedBracketsReportOnceAtTheOutermostEnd)
@@ -103,7 +100,6 @@ int sModelUpdateCalls = 0;
 
 TEST_F(ChangeBracket, ModelUpdatesAreDisabledOncePerOutermostBracket)
 {
-    sModelUpdateCalls = 0;
     TparamCurve::fsModelUpdatesHook = [] { ++sModelUpdateCalls; };
     auto curve = floatCurve({{0.0f, 1.0}, {1.0f, 2.0}});
     sModelUpdateCalls = 0;
@@ -182,22 +178,25 @@ protected:
     TmessageLog fGlobal;
 };
 
-TEST_F(MessageDepot, NestedDelaysSendOneMessageAtTheLastResume)
+TEST_F(MessageDepot, NestedDelaysSendOneMessageNamingEachLiveCurveOnce)
 {
     auto a = floatCurve({{0.0f, 1.0}});
     auto b = floatCurve({{0.0f, 1.0}});
+    auto deleted = floatCurve({{0.0f, 1.0}});
     fGlobal.fEntries.clear();
     TparamCurve::delayMessages();
     TparamCurve::delayMessages();
     a->setValue(0, 2.0);
     b->setValue(0, 2.0);
+    deleted->setValue(0, 2.0);
     a->setValue(0, 3.0);
+    deleted.reset();
     TparamCurve::resumeMessagesAndUpdate();
     EXPECT_EQ(fGlobal.fEntries.size(), 0u);
     EXPECT_TRUE(TparamCurve::globalMsgDepot().isPending());
     TparamCurve::resumeMessagesAndUpdate();
     ASSERT_EQ(fGlobal.fEntries.size(), 1u);
-    EXPECT_EQ(fGlobal.fEntries[0].fCurveCount, 2u) << "each curve named once";
+    EXPECT_EQ(fGlobal.fEntries[0].fCurveCount, 2u) << "each curve named once, the deleted one not at all";
     EXPECT_FALSE(TparamCurve::globalMsgDepot().isPending());
     TparamCurve::resumeMessagesAndUpdate();  // unmatched: no effect
     EXPECT_EQ(TparamCurve::globalMsgDepot().delayDepth(), 0u);
@@ -215,20 +214,6 @@ TEST_F(MessageDepot, SuspendedChangesAreNeitherSentNorRemembered)
     EXPECT_EQ(fGlobal.fEntries.size(), 0u);
 }
 
-TEST_F(MessageDepot, ADeletedCurveIsNotNamedLater)
-{
-    auto a = floatCurve({{0.0f, 1.0}});
-    auto b = floatCurve({{0.0f, 1.0}});
-    fGlobal.fEntries.clear();
-    TparamCurve::delayMessages();
-    a->setValue(0, 2.0);
-    b->setValue(0, 2.0);
-    a.reset();
-    TparamCurve::resumeMessagesAndUpdate();
-    ASSERT_EQ(fGlobal.fEntries.size(), 1u);
-    EXPECT_EQ(fGlobal.fEntries[0].fCurveCount, 1u);
-}
-
 TEST_F(MessageDepot, ChangedMessageNamesTheCurves)
 {
     TparamCurveSet set;
@@ -241,9 +226,8 @@ TEST_F(MessageDepot, ChangedMessageNamesTheCurves)
     EXPECT_EQ(copy.curves(), &set);
     EXPECT_FALSE(copy.copy(TparamCurveHelperMsg()));
     EXPECT_TRUE(TparamCurveChangedMsgTmeta->istype(TserverModifiedMsgTmeta));
-    auto* made = static_cast<TparamCurveChangedMsg*>(TparamCurveChangedMsgTmeta->construct());
-    ASSERT_NE(made, nullptr) << "the changed message can be created by type";
-    delete made;
+    std::unique_ptr<TserverMsg> made(static_cast<TparamCurveChangedMsg*>(TparamCurveChangedMsgTmeta->construct()));
+    EXPECT_NE(made, nullptr) << "the changed message can be created by type";
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <utility>
 
 using keeltest::floatCurve;
 using keeltest::tickCurve;
@@ -13,12 +14,32 @@ using keeltest::tickCurve;
 namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr float kFloatNaN = std::numeric_limits<float>::quiet_NaN();
+
+using Tfound = std::pair<bool, unsigned>;
+
+// Whether the curve has a key at the time, and the index it answers.
+Tfound lookup(TparamCurve const& curve, TtimeValue const& time, bool stored = false)
+{
+    unsigned index = 99;
+    bool const found = stored ? curve.findStoredTime(time, index) : curve.find(time, index);
+    return {found, index};
+}
+
+Tkeyframe key(float seconds, double value, TtangentType type = kTangentFixed)
+{
+    return Tkeyframe(seconds, value, type, type);
+}
+
+Tkeyframe key(TanimTime time, double value)
+{
+    return Tkeyframe(time, value, kTangentFixed, kTangentFixed);
+}
 
 TEST(CurveConstruction, NewCurvesOfBothForms)
 {
     for (bool floatTime : {true, false}) {
         TparamCurve curve(floatTime);
-        EXPECT_EQ(curve.isFloatCurve(), floatTime);
         EXPECT_EQ(curve.isAnimTimeCurve(), !floatTime);
         EXPECT_EQ(curve.keyframeCount(), 0u);
         EXPECT_TRUE(curve.isStatic());
@@ -43,45 +64,31 @@ TEST(CurveConstruction, CopiesHoldFreshKeysWithoutSelection)
     EXPECT_EQ(copy.keyframe(1)->activeParts().word(), 0u);
     EXPECT_EQ(copy.postInfinityType(), TparamCurveEnums::kCycle);
 
-    auto ticks = tickCurve({{6000, 5.0}});
-    copy = *ticks;
+    copy = *tickCurve({{6000, 5.0}});
     EXPECT_TRUE(copy.isAnimTimeCurve()) << "assignment takes the source's time form";
     EXPECT_EQ(copy.keyframeCount(), 1u);
     EXPECT_EQ(copy.timeValue(0u).animTime().ticks(), 6000);
 }
 
-TEST(CurveLookup, FloatToleranceAndInsertionIndex)
+TEST(CurveLookup, FloatToleranceTickExactnessAndTheClip)
 {
-    auto curve = floatCurve({{0.0f, 0.0}, {1.0f, 1.0}, {2.0f, 2.0}});
-    unsigned index = 99;
-    EXPECT_TRUE(curve->find(TtimeValue(1.000004f), index));
-    EXPECT_EQ(index, 1u);
-    EXPECT_FALSE(curve->find(TtimeValue(1.0001f), index));
-    EXPECT_EQ(index, 2u);
-    EXPECT_TRUE(curve->find(TtimeValue(TanimTime::fromTicks(12000)), index)) << "tick probes are converted";
-    EXPECT_EQ(index, 2u);
-    EXPECT_FALSE(curve->find(TtimeValue(std::numeric_limits<float>::quiet_NaN()), index));
-}
+    auto seconds = floatCurve({{0.0f, 0.0}, {1.0f, 1.0}, {2.0f, 2.0}});
+    EXPECT_EQ(lookup(*seconds, TtimeValue(1.000004f)), Tfound(true, 1));
+    EXPECT_EQ(lookup(*seconds, TtimeValue(1.0001f)), Tfound(false, 2));
+    EXPECT_EQ(lookup(*seconds, TanimTime::fromTicks(12000)), Tfound(true, 2)) << "tick probes are converted";
+    EXPECT_FALSE(lookup(*seconds, TtimeValue(kFloatNaN)).first);
 
-TEST(CurveLookup, TickCurvesFindExactTicksAndMapThroughTheClip)
-{
-    auto curve = tickCurve({{-6000, -1.0}, {0, 0.0}, {6000, 1.0}});
-    unsigned index = 0;
-    EXPECT_TRUE(curve->find(TtimeValue(TanimTime::fromTicks(0)), index));
-    EXPECT_EQ(index, 1u);
-    EXPECT_FALSE(curve->find(TtimeValue(TanimTime::fromTicks(1)), index));
-    EXPECT_EQ(index, 2u);
-    EXPECT_TRUE(curve->find(TtimeValue(-1.0f), index));
-    EXPECT_EQ(index, 0u);
-
+    auto ticks = tickCurve({{-6000, -1.0}, {0, 0.0}, {6000, 1.0}});
+    EXPECT_EQ(lookup(*ticks, TanimTime::fromTicks(0)), Tfound(true, 1));
+    EXPECT_EQ(lookup(*ticks, TanimTime::fromTicks(1)), Tfound(false, 2));
+    EXPECT_EQ(lookup(*ticks, TtimeValue(-1.0f)), Tfound(true, 0));
     TNLEData const clip(0, 12000, 0.5);  // clip time t shows at 12000 + 2t
-    curve->setNLEData(&clip);
-    EXPECT_EQ(curve->timeValue(2u).animTime().ticks(), 24000);
-    EXPECT_FLOAT_EQ(curve->seconds(2u), 4.0f);
-    EXPECT_TRUE(curve->find(TtimeValue(TanimTime::fromTicks(24000)), index));
-    EXPECT_EQ(index, 2u);
-    EXPECT_TRUE(curve->findStoredTime(TtimeValue(TanimTime::fromTicks(6000)), index));
-    curve->setNLEData(nullptr);
+    ticks->setNLEData(&clip);
+    EXPECT_EQ(ticks->timeValue(2u).animTime().ticks(), 24000);
+    EXPECT_FLOAT_EQ(ticks->seconds(2u), 4.0f);
+    EXPECT_EQ(lookup(*ticks, TanimTime::fromTicks(24000)), Tfound(true, 2));
+    EXPECT_EQ(lookup(*ticks, TanimTime::fromTicks(6000), true), Tfound(true, 2)) << "stored times skip the clip";
+    ticks->setNLEData(nullptr);
 }
 
 TEST(CurveLookup, HiddenKeysAreSkippedWhenTheCurveHidesThem)
@@ -92,74 +99,68 @@ TEST(CurveLookup, HiddenKeysAreSkippedWhenTheCurveHidesThem)
     EXPECT_EQ(curve->keyframeCount(), 4u) << "hiding is off";
     curve->setCurveFlag(TparamCurve::kHideKeysBit, true);
     EXPECT_EQ(curve->keyframeCount(), 2u);
-    unsigned index = 1;
-    EXPECT_EQ(curve->seekKey(index, 1), curve->keyframe(3));
-    EXPECT_EQ(index, 3u);
-    index = 2;
-    EXPECT_EQ(curve->seekKey(index, -1), curve->keyframe(0));
-    EXPECT_EQ(index, 0u);
-    index = 1;  // the second visible key
-    EXPECT_EQ(curve->seekKey(index, 0), curve->keyframe(3));
-    EXPECT_EQ(index, 3u);
-    index = 2;
-    EXPECT_EQ(curve->seekKey(index, 0), nullptr);
-    index = 50;
-    EXPECT_EQ(curve->seekKey(index, -1), curve->keyframe(3)) << "from past the end, backwards";
+    auto seek = [&curve](unsigned from, int direction) {
+        Tkeyframe* found = curve->seekKey(from, direction);
+        return std::make_pair(found, from);
+    };
+    EXPECT_EQ(seek(1, 1), std::make_pair(curve->keyframe(3), 3u));
+    EXPECT_EQ(seek(2, -1), std::make_pair(curve->keyframe(0), 0u));
+    EXPECT_EQ(seek(1, 0), std::make_pair(curve->keyframe(3), 3u)) << "the second visible key";
+    EXPECT_EQ(seek(2, 0).first, nullptr);
+    EXPECT_EQ(seek(50, -1).first, curve->keyframe(3)) << "from past the end, backwards";
 }
 
-TEST(CurveEdits, AddReplacesAtAnExistingTime)
+TEST(CurveEdits, AddReplacesAtAnExistingTimeWhileInsertRefuses)
 {
     TparamCurve curve(true);
-    EXPECT_TRUE(curve.add(Tkeyframe(1.0f, 1.0, kTangentFixed, kTangentFixed)));
+    EXPECT_TRUE(curve.add(key(1.0f, 1.0)));
     Tkeyframe* original = curve.keyframe(0);
-    EXPECT_TRUE(curve.add(Tkeyframe(1.000002f, 7.0, kTangentFlat, kTangentFlat), true));
+    EXPECT_TRUE(curve.add(key(1.000002f, 7.0, kTangentFlat), true));
     EXPECT_EQ(curve.keyframeCount(), 1u);
     EXPECT_EQ(curve.keyframe(0), original) << "the key object stays";
     EXPECT_EQ(curve.value(0), 7.0);
     EXPECT_EQ(curve.keyframe(0)->activeParts().word(), kPickKeyMask);
-    EXPECT_FALSE(curve.add(Tkeyframe(TanimTime::fromTicks(5), 0.0, kTangentFixed, kTangentFixed)))
-        << "a tick key on a float curve";
-}
+    EXPECT_FALSE(curve.add(key(TanimTime::fromTicks(5), 0.0))) << "a tick key on a float curve";
 
-TEST(CurveEdits, InsertFormsRefuseOccupiedTimesAndKeepOwnership)
-{
-    TparamCurve curve(false);
-    EXPECT_TRUE(curve.insert(Tkeyframe(TanimTime::fromTicks(100), 1.0, kTangentFixed, kTangentFixed), true, true));
-    EXPECT_FALSE(curve.insert(Tkeyframe(TanimTime::fromTicks(100), 2.0, kTangentFixed, kTangentFixed), true, false));
-    auto* owned = new Tkeyframe(TanimTime::fromTicks(100), 3.0, kTangentFixed, kTangentFixed);
-    EXPECT_FALSE(curve.insert(owned, true));
+    TparamCurve ticks(false);
+    EXPECT_TRUE(ticks.insert(key(TanimTime::fromTicks(100), 1.0), true, true));
+    EXPECT_FALSE(ticks.insert(key(TanimTime::fromTicks(100), 2.0), true, false));
+    auto* owned = new Tkeyframe(key(TanimTime::fromTicks(100), 3.0));
+    EXPECT_FALSE(ticks.insert(owned, true));
     delete owned;  // refused: still ours
-    auto* taken = new Tkeyframe(TanimTime::fromTicks(50), 3.0, kTangentFixed, kTangentFixed);
-    EXPECT_TRUE(curve.insert(taken, true));
-    EXPECT_EQ(curve.keyframe(0), taken);
-    EXPECT_EQ(curve.value(1), 1.0);
+    auto* taken = new Tkeyframe(key(TanimTime::fromTicks(50), 3.0));
+    EXPECT_TRUE(ticks.insert(taken, true));
+    EXPECT_EQ(ticks.keyframe(0), taken);
+    EXPECT_EQ(ticks.value(1), 1.0);
 }
 
 TEST(CurveEdits, InsertKeyPlacesOrReplaces)
 {
     auto curve = floatCurve({{0.0f, 0.0}, {2.0f, 2.0}});
-    EXPECT_TRUE(curve->insertKey(Tkeyframe(1.0f, 5.0, kTangentFixed, kTangentFixed), false));
+    EXPECT_TRUE(curve->insertKey(key(1.0f, 5.0), false));
     EXPECT_EQ(curve->value(1), 5.0);
-    EXPECT_TRUE(curve->insertKey(Tkeyframe(1.0f, 6.0, kTangentFixed, kTangentFixed), false));
+    EXPECT_TRUE(curve->insertKey(key(1.0f, 6.0), false));
     EXPECT_EQ(curve->keyframeCount(), 3u);
     EXPECT_EQ(curve->value(1), 6.0);
     double const before = curve->evaluate(1.5f);
-    EXPECT_TRUE(curve->insertKey(Tkeyframe(1.5f, 99.0, kTangentFixed, kTangentFixed), true));
+    EXPECT_TRUE(curve->insertKey(key(1.5f, 99.0), true));
     EXPECT_EQ(curve->keyframeCount(), 4u);
     EXPECT_DOUBLE_EQ(curve->value(2), before) << "a shape-preserving key takes the curve's value";
 }
 
-TEST(CurveEdits, SetValueAndTheStaticCondition)
+TEST(CurveEdits, PerKeySettersRefuseBadInputAndTrackTheStaticCondition)
 {
     auto curve = floatCurve({{0.0f, 0.0}, {1.0f, 0.0}, {2.0f, 0.0}});
     EXPECT_TRUE(curve->isStatic());
     EXPECT_FALSE(curve->setValue(1, 0.0)) << "the stored value: nothing to do";
     EXPECT_FALSE(curve->setValue(7, 3.0));
     EXPECT_FALSE(curve->setValue(1, kNaN));
+    EXPECT_TRUE(curve->isStatic());
     EXPECT_TRUE(curve->setValue(1, 3.0));
     EXPECT_FALSE(curve->isStatic());
     EXPECT_TRUE(curve->setValue(2, 4.0, 0.5f));
     EXPECT_EQ(curve->keyframe(2)->quatComponent(), 0.5f);
+    EXPECT_FALSE(curve->setBreakdown(3, true));
 }
 
 // Equal values with humped tangents make a curve that is not static: it
@@ -190,14 +191,14 @@ TEST(CurveEdits, SetTimeKeepsOrderOrReportsIt)
     EXPECT_TRUE(curve->setTime(1, TtimeValue(1.0f))) << "same time";
     EXPECT_TRUE(curve->setTime(1, TtimeValue(1.5f)));
     EXPECT_FLOAT_EQ(curve->seconds(1u), 1.5f);
-    EXPECT_FALSE(curve->setTime(1, TtimeValue(TanimTime::fromTicks(6000)))) << "wrong form";
-    EXPECT_FALSE(curve->setTime(1, TtimeValue(std::numeric_limits<float>::quiet_NaN())));
+    EXPECT_FALSE(curve->setTime(1, TanimTime::fromTicks(6000))) << "wrong form";
+    EXPECT_FALSE(curve->setTime(1, TtimeValue(kFloatNaN)));
     EXPECT_FLOAT_EQ(curve->seconds(1u), 1.5f);
     EXPECT_FALSE(curve->setTime(1, TtimeValue(3.0f))) << "past the next key";
     EXPECT_FLOAT_EQ(curve->seconds(1u), 3.0f) << "the time stays written for the caller to mend";
     EXPECT_TRUE(curve->setKeyTime(curve->keyframe(1), TtimeValue(1.25f))) << "mended by the caller";
     EXPECT_LT(curve->seconds(1u), curve->seconds(2u));
-    Tkeyframe stranger(1.25f, 0.0, kTangentFixed, kTangentFixed);
+    Tkeyframe stranger = key(1.25f, 0.0);
     EXPECT_FALSE(curve->setKeyTime(&stranger, TtimeValue(0.5f))) << "not a key of this curve";
 }
 
@@ -206,17 +207,17 @@ TEST(CurveEdits, ReplaceKeyKeepsTheSlotAndTheOrder)
     auto curve = floatCurve({{0.0f, 0.0}, {1.0f, 1.0}, {2.0f, 2.0}});
     Tkeyframe* middle = curve->keyframe(1);
     middle->setActive(TbitField32(kPickKeyMask), true);
-    EXPECT_TRUE(curve->replaceKey(middle, Tkeyframe(1.5f, 9.0, kTangentFlat, kTangentFlat)));
+    EXPECT_TRUE(curve->replaceKey(middle, key(1.5f, 9.0, kTangentFlat)));
     EXPECT_EQ(curve->keyframe(1), middle);
     EXPECT_EQ(curve->value(1), 9.0);
     EXPECT_EQ(middle->activeParts().word(), kPickKeyMask) << "selection stays with the slot";
-    EXPECT_FALSE(curve->replaceKey(middle, Tkeyframe(5.0f, 9.0, kTangentFlat, kTangentFlat)));
-    Tkeyframe stranger(1.5f, 0.0, kTangentFixed, kTangentFixed);
-    EXPECT_FALSE(curve->replaceKey(&stranger, Tkeyframe(1.5f, 1.0, kTangentFixed, kTangentFixed)));
+    EXPECT_FALSE(curve->replaceKey(middle, key(5.0f, 9.0, kTangentFlat)));
+    Tkeyframe stranger = key(1.5f, 0.0);
+    EXPECT_FALSE(curve->replaceKey(&stranger, key(1.5f, 1.0)));
     EXPECT_FALSE(curve->replaceKey(nullptr, stranger));
 }
 
-TEST(CurveEdits, RemoveAndRemoveAll)
+TEST(CurveEdits, RemoveRemoveAllAndTakingRemovedKeysBack)
 {
     auto curve = floatCurve({{0.0f, 1.0}, {1.0f, 2.0}});
     EXPECT_FALSE(curve->remove(5));
@@ -225,23 +226,20 @@ TEST(CurveEdits, RemoveAndRemoveAll)
     EXPECT_FALSE(curve->isStatic());
     EXPECT_TRUE(curve->remove(0));
     EXPECT_TRUE(curve->isStatic()) << "an emptied curve is static again";
-    curve->add(Tkeyframe(0.0f, 1.0, kTangentFixed, kTangentFixed));
-    curve->add(Tkeyframe(1.0f, 5.0, kTangentFixed, kTangentFixed));
+    curve->add(key(0.0f, 1.0));
+    curve->add(key(1.0f, 5.0));
     curve->removeAllKeys();
     EXPECT_EQ(curve->keyframeCount(), 0u);
     EXPECT_TRUE(curve->isStatic());
-}
 
-TEST(CurveEdits, AddRemovedKeyTakesTheKeyBack)
-{
-    auto curve = tickCurve({{0, 0.0}, {100, 1.0}});
-    auto* key = new Tkeyframe(TanimTime::fromTicks(50), 0.5, kTangentFixed, kTangentFixed);
-    EXPECT_TRUE(curve->addRemovedKey(key));
-    EXPECT_EQ(curve->keyframe(1), key);
-    auto* clash = new Tkeyframe(TanimTime::fromTicks(50), 0.7, kTangentFixed, kTangentFixed);
-    EXPECT_FALSE(curve->addRemovedKey(clash));
+    auto ticks = tickCurve({{0, 0.0}, {100, 1.0}});
+    auto* taken = new Tkeyframe(key(TanimTime::fromTicks(50), 0.5));
+    EXPECT_TRUE(ticks->addRemovedKey(taken));
+    EXPECT_EQ(ticks->keyframe(1), taken);
+    auto* clash = new Tkeyframe(key(TanimTime::fromTicks(50), 0.7));
+    EXPECT_FALSE(ticks->addRemovedKey(clash));
     delete clash;
-    EXPECT_FALSE(curve->addRemovedKey(nullptr));
+    EXPECT_FALSE(ticks->addRemovedKey(nullptr));
 }
 
 TEST(CurveBlockAdd, MergesUnorderedBlocksAndLastPairWins)
@@ -326,16 +324,6 @@ TEST(CurveIndices, RecordedIndicesNestAndAnswerZeroWhenUnknown)
     EXPECT_FALSE(curve->hasRecordedKeyIndices());
 }
 
-TEST(CurveFlags, BreakdownAndTickDrawing)
-{
-    auto curve = floatCurve({{0.0f, 0.0}});
-    EXPECT_TRUE(curve->setBreakdown(0, true));
-    EXPECT_TRUE(curve->breakdown(0));
-    EXPECT_TRUE(curve->setTickDrawSpecial(0, true));
-    EXPECT_TRUE(curve->tickDrawSpecial(0));
-    EXPECT_FALSE(curve->setBreakdown(1, true));
-}
-
 TEST(CurvePrinting, DebugOutputFormat)
 {
     auto curve = floatCurve({{0.5f, 1.25}, {1.0f, -2.0}});
@@ -380,8 +368,8 @@ TEST(CurveRotation, SiblingsComeFromTheHostHooks)
     for (TparamCurve* c : triple.fCurves) {
         c->setCurveKind(3);
         c->setHostHooks(hooks, true);
-        c->add(Tkeyframe(0.0f, 0.0, kTangentFixed, kTangentFixed));
-        c->add(Tkeyframe(1.0f, 1.0, kTangentFixed, kTangentFixed));
+        c->add(key(0.0f, 0.0));
+        c->add(key(1.0f, 1.0));
     }
     EXPECT_TRUE(x.getSiblingRotationCurves(&got[0], &got[1], &got[2]));
     EXPECT_EQ(got[2], &z);

@@ -8,17 +8,18 @@
 #include <memory>
 
 using keeltest::buildCurve;
-using keeltest::TkeySpec;
 
 namespace {
 
 constexpr double kTight = 1e-9;
+constexpr double kCycled = 1e-6;  // a cycled time loses float precision
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 // Keys (0 s, 0) and (1 s, 1) with flat tangents: an ease in and out.
-std::unique_ptr<TparamCurve> unitEase(TparamCurveEnums::TinfinityType pre, TparamCurveEnums::TinfinityType post)
+std::unique_ptr<TparamCurve> unitEase(TparamCurveEnums::TinfinityType pre, TparamCurveEnums::TinfinityType post,
+                                      bool floatTime = true)
 {
-    auto curve = buildCurve(true, false, {{0, 0, 1, 0, 1, 0}, {1, 1, 1, 0, 1, 0}});
+    auto curve = buildCurve(floatTime, false, {{0, 0, 1, 0, 1, 0}, {1, 1, 1, 0, 1, 0}});
     curve->setPreInfinityType(pre);
     curve->setPostInfinityType(post);
     return curve;
@@ -29,7 +30,7 @@ double ease(double s)
     return 3 * s * s - 2 * s * s * s;
 }
 
-TEST(CurveEvaluation, InsideSpansAndAtKeys)
+TEST(CurveEvaluation, InsideSpansAtKeysAndAtTickTimes)
 {
     auto curve = unitEase(TparamCurveEnums::kConstant, TparamCurveEnums::kConstant);
     EXPECT_EQ(curve->evaluate(0.0f), 0.0);
@@ -39,14 +40,11 @@ TEST(CurveEvaluation, InsideSpansAndAtKeys)
     }
     EXPECT_EQ(curve->evaluate(-5.0f), 0.0) << "constant before";
     EXPECT_EQ(curve->evaluate(5.0f), 1.0) << "constant after";
-}
 
-TEST(CurveEvaluation, TickCurvesEvaluateAtTickTimes)
-{
-    auto curve = buildCurve(false, false, {{0, 0, 1, 0, 1, 0}, {1, 1, 1, 0, 1, 0}});
-    EXPECT_NEAR(curve->evaluate(TtimeValue(TanimTime::fromTicks(1500))), ease(0.25), kTight);
-    EXPECT_EQ(curve->evaluate(TtimeValue(TanimTime::fromTicks(6000))), 1.0);
-    EXPECT_NEAR(curve->evaluate(0.25f), ease(0.25), kTight) << "seconds on a tick curve";
+    auto ticks = unitEase(TparamCurveEnums::kConstant, TparamCurveEnums::kConstant, false);
+    EXPECT_NEAR(ticks->evaluate(TanimTime::fromTicks(1500)), ease(0.25), kTight);
+    EXPECT_EQ(ticks->evaluate(TanimTime::fromTicks(6000)), 1.0);
+    EXPECT_NEAR(ticks->evaluate(0.25f), ease(0.25), kTight) << "seconds on a tick curve";
 }
 
 TEST(CurveEvaluation, EmptyStaticAndBadTimes)
@@ -83,6 +81,16 @@ TEST(CurveEvaluation, InterpolationMethods)
     TparamCurve::fsOverrideTangentsForBlockingMode = false;
 }
 
+TEST(CurveEvaluation, ValueAndSlopeAtAKey)
+{
+    auto curve = buildCurve(true, false, {{0, 1, 1, 0, 2, 1}, {1, 3, 1, 0, 1, 0}});
+    double value = 0, slope = 0;
+    EXPECT_TRUE(curve->evaluate(0u, &value, &slope));
+    EXPECT_EQ(value, 1.0);
+    EXPECT_EQ(slope, 0.5);
+    EXPECT_FALSE(curve->evaluate(5u, &value, &slope));
+}
+
 TEST(CurveInfinity, SingleKeyHoldsEverywhere)
 {
     for (int type : {0, 1, 3, 4, 5}) {
@@ -117,11 +125,15 @@ TEST(CurveInfinity, CyclesOffsetsAndOscillation)
     };
     for (Case const& c : cases) {
         auto curve = unitEase(c.fPre, c.fPost);
-        EXPECT_NEAR(curve->evaluate(c.fTime), c.fExpected, 1e-6) << c.fPre << "/" << c.fPost << " at " << c.fTime;
+        EXPECT_NEAR(curve->evaluate(c.fTime), c.fExpected, kCycled) << c.fPre << "/" << c.fPost << " at " << c.fTime;
     }
+    // Keys from 10 s to 11 s: the offset lands before the keys, where the
+    // constant pre-infinity answers the first value.
+    auto late = buildCurve(true, false, {{10, 3, 1, 0, 1, 0}, {11, 4, 1, 0, 1, 0}});
+    EXPECT_EQ(late->evaluateInfinities(11.5f, false), 3.0) << "types without a behaviour use the unshifted offset";
 }
 
-TEST(CurveInfinity, LinearFollowsTheEndTangents)
+TEST(CurveInfinity, LinearFollowsTheEndTangentsSteepButFinite)
 {
     // 45 degrees on both ends.
     auto curve = buildCurve(true, false, {{0, 2, 1, 1, 1, 0}, {1, 3, 1, 0, 2, 2}});
@@ -133,22 +145,11 @@ TEST(CurveInfinity, LinearFollowsTheEndTangents)
     EXPECT_NEAR(curve->tangentAngle(0, true, 1.0, 1.0), M_PI / 4, kTight);
     EXPECT_NEAR(curve->tangentAngle(0, true, 1.0, 2.0), std::atan(2.0), kTight) << "display scales";
     EXPECT_EQ(curve->tangentAngle(9, true, 1.0, 1.0), 0.0);
-}
 
-TEST(CurveInfinity, TypesWithoutABehaviourEvaluateAtTheUnshiftedOffset)
-{
-    // Keys from 10 s to 11 s: the offset lands before the keys, where the
-    // constant pre-infinity answers the first value.
-    auto curve = buildCurve(true, false, {{10, 3, 1, 0, 1, 0}, {11, 4, 1, 0, 1, 0}});
-    EXPECT_EQ(curve->evaluateInfinities(11.5f, false), 3.0);
-}
-
-TEST(CurveInfinity, VerticalTangentsGiveSteepButFiniteLines)
-{
-    auto curve = buildCurve(true, false, {{0, 0, 0, 1, 0, 1}, {1, 1, 0, 1, 0, 1}});
-    curve->setPostInfinityType(TparamCurveEnums::kLinear);
-    EXPECT_NEAR(curve->tangentAngle(1, false, 1.0, 1.0), M_PI / 2, kTight);
-    EXPECT_TRUE(std::isfinite(curve->evaluate(2.0f)));
+    auto vertical = buildCurve(true, false, {{0, 0, 0, 1, 0, 1}, {1, 1, 0, 1, 0, 1}});
+    vertical->setPostInfinityType(TparamCurveEnums::kLinear);
+    EXPECT_NEAR(vertical->tangentAngle(1, false, 1.0, 1.0), M_PI / 2, kTight);
+    EXPECT_TRUE(std::isfinite(vertical->evaluate(2.0f))) << "a vertical end tangent gives a steep line";
 }
 
 TEST(CurveCache, SegmentIsBuiltOncePerSpan)
@@ -187,17 +188,6 @@ TEST(CurveCache, SweepsInBothDirectionsMatchFreshEvaluation)
             ASSERT_EQ(swept->evaluate(t), fresh->evaluate(t)) << exhibit.fName << " backward at " << t;
         }
     }
-}
-
-TEST(CurveEvaluation, ValueAndSlopeAtAKey)
-{
-    auto curve = buildCurve(true, false, {{0, 1, 1, 0, 2, 1}, {1, 3, 1, 0, 1, 0}});
-    double value = 0;
-    double slope = 0;
-    EXPECT_TRUE(curve->evaluate(0u, &value, &slope));
-    EXPECT_EQ(value, 1.0);
-    EXPECT_EQ(slope, 0.5);
-    EXPECT_FALSE(curve->evaluate(5u, &value, &slope));
 }
 
 // Either blocking-mode switch steps every span while it is on, and the curve

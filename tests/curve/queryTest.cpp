@@ -12,12 +12,16 @@ using keeltest::floatCurve;
 
 namespace {
 
-std::unique_ptr<TkeyframeHandle> own(TkeyframeHandle* handle)
+constexpr double kBoundSlack = 1e-9;
+
+// The index of the key a query answered, or -1 for none; frees the handle.
+int indexOf(TkeyframeHandle* handle)
 {
-    return std::unique_ptr<TkeyframeHandle>(handle);
+    std::unique_ptr<TkeyframeHandle> owned(handle);
+    return owned != nullptr ? owned->index() : -1;
 }
 
-TEST(CurveQueries, ClosestKeyByTime)
+TEST(CurveQueries, ClosestKeyByTimeWithinAnyOrAToleranceAndByValue)
 {
     auto curve = floatCurve({{1.0f, 0.0}, {2.0f, 0.0}, {4.0f, 0.0}});
     struct Case {
@@ -26,38 +30,22 @@ TEST(CurveQueries, ClosestKeyByTime)
     };
     Case const cases[] = {{0.0f, 0}, {9.0f, 2}, {1.5f, 1}, {1.4f, 0}, {2.0f, 1}, {2.9f, 1}, {3.1f, 2}, {3.0f, 2}};
     for (Case const& c : cases) {
-        auto handle = own(curve->findClosestKeyframe(TtimeValue(c.fTime)));
-        ASSERT_NE(handle, nullptr);
-        EXPECT_EQ(handle->index(), c.fIndex) << c.fTime;
+        EXPECT_EQ(indexOf(curve->findClosestKeyframe(TtimeValue(c.fTime))), c.fIndex) << c.fTime;
     }
-    TparamCurve empty(true);
-    EXPECT_EQ(empty.findClosestKeyframe(TtimeValue(1.0f)), nullptr);
-}
+    EXPECT_EQ(indexOf(TparamCurve(true).findClosestKeyframe(TtimeValue(1.0f))), -1);
 
-TEST(CurveQueries, ClosestKeyWithinATolerance)
-{
-    auto curve = floatCurve({{1.0f, 0.0}, {2.0f, 0.0}, {3.0f, 0.0}});
-    EXPECT_EQ(curve->findClosestKeyframe(TtimeValue(1.5f), 0.2, false), nullptr);
-    auto near = own(curve->findClosestKeyframe(TtimeValue(2.1f), 0.2, false));
-    ASSERT_NE(near, nullptr);
-    EXPECT_EQ(near->index(), 1);
+    EXPECT_EQ(indexOf(curve->findClosestKeyframe(TtimeValue(1.5f), 0.2, false)), -1);
+    EXPECT_EQ(indexOf(curve->findClosestKeyframe(TtimeValue(2.1f), 0.2, false)), 1);
+    EXPECT_EQ(indexOf(curve->findClosestKeyframe(TtimeValue(2.1f), -1.0, false)), -1);
     curve->keyframe(1)->setHidden(true);
     curve->setCurveFlag(TparamCurve::kHideKeysBit, true);
-    EXPECT_EQ(curve->findClosestKeyframe(TtimeValue(2.1f), 0.2, true), nullptr);
-    auto wide = own(curve->findClosestKeyframe(TtimeValue(2.1f), 1.0, true));
-    ASSERT_NE(wide, nullptr);
-    EXPECT_EQ(wide->index(), 2);
-    EXPECT_EQ(curve->findClosestKeyframe(TtimeValue(2.1f), -1.0, false), nullptr);
-}
+    EXPECT_EQ(indexOf(curve->findClosestKeyframe(TtimeValue(2.1f), 0.2, true)), -1);
+    EXPECT_EQ(indexOf(curve->findClosestKeyframe(TtimeValue(2.1f), 2.0, true)), 0) << "the nearest visible key";
 
-TEST(CurveQueries, ClosestKeyByValue)
-{
-    auto curve = floatCurve({{0.0f, 1.0}, {1.0f, 3.0}, {2.0f, 2.5}});
-    EXPECT_EQ(own(curve->findClosestValue(2.0))->index(), 2);
-    auto tie = floatCurve({{0.0f, 1.0}, {1.0f, 3.0}});
-    EXPECT_EQ(own(tie->findClosestValue(2.0))->index(), 0) << "the earliest of equally near keys";
-    TparamCurve empty(false);
-    EXPECT_EQ(empty.findClosestValue(1.0), nullptr);
+    EXPECT_EQ(indexOf(floatCurve({{0.0f, 1.0}, {1.0f, 3.0}, {2.0f, 2.5}})->findClosestValue(2.0)), 2);
+    EXPECT_EQ(indexOf(floatCurve({{0.0f, 1.0}, {1.0f, 3.0}})->findClosestValue(2.0)), 0)
+        << "the earliest of equally near keys";
+    EXPECT_EQ(indexOf(TparamCurve(false).findClosestValue(1.0)), -1);
 }
 
 TEST(CurveQueries, NextAndPreviousKeys)
@@ -73,20 +61,16 @@ TEST(CurveQueries, NextAndPreviousKeys)
     EXPECT_FALSE(found);
 }
 
-TEST(CurveQueries, SpanBoundsCoverOvershoot)
+TEST(CurveQueries, SpanBoundsCoverOvershootAndSpanExtremes)
 {
     // Tangents that rise then fall: the span bulges above both keys.
     auto curve = buildCurve(true, false, {{0, 0, 1, 3, 1, 3}, {1, 0.1, 1, -3, 1, -3}});
-    float t0 = -1;
-    float t1 = -1;
-    double low = 0;
-    double high = 0;
+    float t0 = -1, t1 = -1;
+    double low = 0, high = 0, exactLow = 0, exactHigh = 0;
     ASSERT_TRUE(curve->boundingBox(0, t0, low, t1, high, false));
     EXPECT_EQ(t0, 0.0f);
     EXPECT_EQ(t1, 1.0f);
     EXPECT_GT(high, 0.0);
-    double exactLow = 0;
-    double exactHigh = 0;
     ASSERT_TRUE(curve->boundingBox(0, t0, exactLow, t1, exactHigh, true));
     double sampledPeak = -DBL_MAX;
     for (int i = 0; i <= 10000; ++i) {
@@ -97,6 +81,12 @@ TEST(CurveQueries, SpanBoundsCoverOvershoot)
     float untouched = 42;
     EXPECT_FALSE(curve->boundingBox(1, untouched, low, t1, high, false)) << "the last key starts no span";
     EXPECT_EQ(untouched, 42.0f);
+
+    auto hump = buildCurve(true, true, {{0, 0, 1, 0, 1, 3}, {1, 0, 1, -3, 1, 0}});
+    ASSERT_TRUE(hump->minMaxValueAndTime(0, t0, low, t1, high));
+    EXPECT_NEAR(t1, 0.5f, 1e-6);
+    EXPECT_NEAR(high, 0.75, kBoundSlack);
+    EXPECT_FALSE(hump->minMaxValueAndTime(1, t0, low, t1, high));
 }
 
 // The cheap bound of a stepped span is widened by its segment as any span's
@@ -119,10 +109,8 @@ TEST(CurveQueries, WholeCurveBoundsContainEverySample)
 {
     for (auto const& exhibit : keeltest::museum()) {
         auto curve = exhibit.fBuild();
-        float t0 = 0;
-        float t1 = 0;
-        double low = 0;
-        double high = 0;
+        float t0 = 0, t1 = 0;
+        double low = 0, high = 0;
         if (!curve->boundingBox(t0, low, t1, high, false)) {
             EXPECT_EQ(curve->keyframeCount(), 0u) << exhibit.fName;
             continue;
@@ -130,23 +118,10 @@ TEST(CurveQueries, WholeCurveBoundsContainEverySample)
         for (int i = 0; i <= 200; ++i) {
             float const t = t0 + (t1 - t0) * float(i) / 200.0f;
             double const v = curve->evaluate(t);
-            EXPECT_GE(v, low - 1e-9) << exhibit.fName << " at " << t;
-            EXPECT_LE(v, high + 1e-9) << exhibit.fName << " at " << t;
+            EXPECT_GE(v, low - kBoundSlack) << exhibit.fName << " at " << t;
+            EXPECT_LE(v, high + kBoundSlack) << exhibit.fName << " at " << t;
         }
     }
-}
-
-TEST(CurveQueries, SpanExtremes)
-{
-    auto curve = buildCurve(true, true, {{0, 0, 1, 0, 1, 3}, {1, 0, 1, -3, 1, 0}});
-    float t0 = 0;
-    float t1 = 0;
-    double first = 0;
-    double second = 0;
-    ASSERT_TRUE(curve->minMaxValueAndTime(0, t0, first, t1, second));
-    EXPECT_NEAR(t1, 0.5f, 1e-6);
-    EXPECT_NEAR(second, 0.75, 1e-9);
-    EXPECT_FALSE(curve->minMaxValueAndTime(1, t0, first, t1, second));
 }
 
 }  // namespace

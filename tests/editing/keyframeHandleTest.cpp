@@ -22,7 +22,7 @@ TEST(KeyHandles, FollowTheirKeyAcrossReindexing)
     EXPECT_FALSE(handle.timeValue().isTicks());
 }
 
-TEST(KeyHandles, ConstructionByTimeFindsOnlyExactKeys)
+TEST(KeyHandles, ConstructionByTimeFindsOnlyExactKeysAndSecondsGoThroughTheClip)
 {
     auto curve = tickCurve({{0, 0.0}, {12000, 1.0}});
     TkeyframeHandle atKey(curve.get(), TanimTime::fromTicks(12000), false);
@@ -35,33 +35,24 @@ TEST(KeyHandles, ConstructionByTimeFindsOnlyExactKeys)
     EXPECT_EQ(between.index(), -1);
     EXPECT_EQ(between.timeValue(), TtimeValue());
     EXPECT_EQ(between.value(), 0.0);
-    float x = 0;
-    float y = 0;
+    float x = 0, y = 0;
     EXPECT_FALSE(between.getTanIn(x, y));
-    TkeyframeHandle byFloat(curve.get(), 2.0f, false);
-    EXPECT_TRUE(byFloat.present()) << "a real time finds the tick key at that time";
-    TkeyframeHandle noCurve(nullptr, 0u, false);
-    EXPECT_EQ(noCurve.index(), -1);
-    TkeyframeHandle badIndex(curve.get(), 7u, false);
-    EXPECT_EQ(badIndex.keyframe(), nullptr);
+    EXPECT_TRUE(TkeyframeHandle(curve.get(), 2.0f, false).present()) << "a real time finds the tick key at that time";
+    EXPECT_EQ(TkeyframeHandle(nullptr, 0u, false).index(), -1);
+    EXPECT_EQ(TkeyframeHandle(curve.get(), 7u, false).keyframe(), nullptr);
     TkeyframeHandle empty;
     EXPECT_EQ(empty.seconds(), 0.0);
     EXPECT_EQ(empty.paramCurve(), nullptr);
-}
 
-TEST(KeyHandles, SecondsGoThroughTheClip)
-{
-    auto curve = tickCurve({{12000, 1.0}});
     TNLEData const clip(6000, 0, 1.0);
     curve->setNLEData(&clip);
-    TkeyframeHandle handle(curve.get(), 0u, false);
-    EXPECT_DOUBLE_EQ(handle.seconds(), 1.0);
-    EXPECT_EQ(handle.timeValue().animTime().ticks(), 12000) << "the stored time";
-    EXPECT_EQ(handle.index(), 0);
+    EXPECT_DOUBLE_EQ(atKey.seconds(), 1.0) << "seconds go through the clip";
+    EXPECT_EQ(atKey.timeValue().animTime().ticks(), 12000) << "the stored time";
+    EXPECT_EQ(atKey.index(), 1);
     curve->setNLEData(nullptr);
 }
 
-TEST(KeyHandles, DeletionAndReinsertionAsUndoDoes)
+TEST(KeyHandles, KeyDeletionReinsertionAndCurveDeletion)
 {
     auto curve = floatCurve({{0.0f, 0.0}, {1.0f, 5.0}});
     Tkeyframe* key = curve->keyframe(1);
@@ -84,6 +75,12 @@ TEST(KeyHandles, DeletionAndReinsertionAsUndoDoes)
     EXPECT_TRUE(curve->addRemovedKey(revived));
     EXPECT_TRUE(onRevived.present());
     EXPECT_EQ(onRevived.index(), 1);
+
+    curve.reset();
+    EXPECT_EQ(onRevived.paramCurve(), nullptr) << "deleting the curve empties registered handles";
+    EXPECT_FALSE(onRevived.present());
+    EXPECT_EQ(onRevived.index(), -1);
+    EXPECT_EQ(onRevived.timeValue(), TtimeValue());
 }
 
 // Keys that leave without a message (all keys at once, assignment) or that
@@ -138,17 +135,6 @@ TEST(KeyHandles, RemovedKeysHeldByARecordAnswerTheirTangents)
     EXPECT_TRUE(client.present());
 }
 
-TEST(KeyHandles, CurveDeletionEmptiesRegisteredHandles)
-{
-    auto curve = floatCurve({{0.0f, 3.0}});
-    TkeyframeHandle handle(curve.get(), 0u, true);
-    curve.reset();
-    EXPECT_EQ(handle.paramCurve(), nullptr);
-    EXPECT_FALSE(handle.present());
-    EXPECT_EQ(handle.index(), -1);
-    EXPECT_EQ(handle.timeValue(), TtimeValue());
-}
-
 TEST(KeyHandles, CopiesShareDataUntilMadeUnique)
 {
     auto curve = floatCurve({{0.0f, 3.0}});
@@ -177,32 +163,6 @@ TEST(KeyHandles, CopiesShareDataUntilMadeUnique)
     EXPECT_EQ(assigned.data(), original.data());
     assigned = assigned;
     EXPECT_EQ(original.data()->refCount(), 2u);
-}
-
-TEST(KeyHandles, HandlesInMessagesNameTheChangedKey)
-{
-    auto curve = floatCurve({{0.0f, 1.0}, {1.0f, 2.0}});
-    keeltest::TmessageLog log;
-    curve->addClient(&log, TparamCurveModifiedMsgTmeta, &keeltest::TmessageLog::heard);
-    curve->setValue(1, 9.0);
-    ASSERT_EQ(log.fEntries.size(), 1u);
-    EXPECT_EQ(log.fEntries[0].fKey, curve->keyframe(1));
-}
-
-TEST(KeyHandleArrays, HoldPointersWithoutOwningThem)
-{
-    auto curve = floatCurve({{0.0f, 1.0}, {1.0f, 2.0}});
-    TkeyframeHandle a(curve.get(), 0u, false);
-    TkeyframeHandle b(curve.get(), 1u, false);
-    TkeyframeHandlePtrArray handles;
-    handles.addLast(&a);
-    handles.addLast(&b);
-    TkeyframeHandlePtrArrayPtrList lists;
-    lists.addLast(&handles);
-    EXPECT_EQ(lists[0]->at(1)->index(), 1);
-    unsigned index = 0;
-    EXPECT_TRUE(handles.find(&b, index));
-    EXPECT_EQ(index, 1u);
 }
 
 }  // namespace

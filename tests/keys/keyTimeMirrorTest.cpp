@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <random>
 #include <vector>
 
@@ -17,6 +16,12 @@ class KeyTimeMirror : public ::testing::Test {
 protected:
     Tkeyframe* key(float seconds) { return fPool.seconds(seconds); }
     Tkeyframe* key(int ticks) { return fPool.ticks(ticks); }
+    template <class Array, class Time> void fill(Array& array, std::initializer_list<Time> times)
+    {
+        for (Time t : times) {
+            ASSERT_EQ(array.insert(key(t)), 0u) << t;
+        }
+    }
     // The copy names a span exactly where the array finds no key and would
     // insert the time between two keys, and it names that very span,
     // whatever span it is hinted at.
@@ -43,9 +48,7 @@ TEST_F(KeyTimeMirror, AnswersAsTheArrayAroundEveryKey)
 {
     TfloatKeyframePtrArray array(false, 8);
     TkeyTimeMirror<TfloatKeyframePtrSObj> mirror;
-    for (float t : {-3.0f, -1.5f, 0.0f, 0.25f, 1.0f, 7.5f, 100.0f}) {
-        array.insert(key(t));
-    }
+    fill(array, {-3.0f, -1.5f, 0.0f, 0.25f, 1.0f, 7.5f, 100.0f});
     std::vector<double> probes = {-1e9, 1e9, -3.0000001, 100.00002};
     for (unsigned i = 0; i < array.count(); ++i) {
         double const t = array.at(i)->seconds();
@@ -63,9 +66,7 @@ TEST_F(KeyTimeMirror, KeysCloserThanTwiceTheToleranceAreLeftToTheArray)
     TfloatKeyframePtrArray array(false, 8);
     TkeyTimeMirror<TfloatKeyframePtrSObj> mirror;
     // Every probe between the first two keys lies within tolerance of both.
-    for (float t : {1.0f, 1.0000153f, 1.0000305f, 2.0f, 3.0f}) {
-        ASSERT_EQ(array.insert(key(t)), 0u);
-    }
+    fill(array, {1.0f, 1.0000153f, 1.0000305f, 2.0f, 3.0f});
     for (int step = -10; step <= 40; ++step) {
         expectSameAnswer(array, mirror, 1.0 + step * 1e-6);
     }
@@ -120,9 +121,7 @@ TEST_F(KeyTimeMirror, RefreshCopiesOnlyTheStaleTail)
     TanimTimeKeyframePtrArray array(false, 8);
     TkeyTimeMirror<TanimTimeKeyframePtrSObj> mirror;
     EXPECT_TRUE(mirror.covers(0)) << "an empty copy covers an empty array";
-    for (int t : {10, 20, 30}) {
-        array.insert(key(t));
-    }
+    fill(array, {10, 20, 30});
     EXPECT_FALSE(mirror.covers(3));
     mirror.refresh(array);
     EXPECT_TRUE(mirror.covers(3));
@@ -152,9 +151,7 @@ TEST_F(KeyTimeMirror, RefreshCopiesOnlyTheStaleTail)
 TEST_F(KeyTimeMirror, SpansHoldOnlyTimesClearOfTheirKeys)
 {
     TfloatKeyframePtrArray array(false, 8);
-    for (float t : {0.0f, 1.0f, 2.0f, 4.0f, 8.0f}) {
-        array.insert(key(t));
-    }
+    fill(array, {0.0f, 1.0f, 2.0f, 4.0f, 8.0f});
     TkeyTimeMirror<TfloatKeyframePtrSObj> mirror;
     mirror.refresh(array);
     ASSERT_TRUE(mirror.isOrdered());
@@ -182,9 +179,7 @@ TEST_F(KeyTimeMirror, SpansHoldOnlyTimesClearOfTheirKeys)
 TEST_F(KeyTimeMirror, KeysOutOfOrderAreNeverAnsweredBySpan)
 {
     TanimTimeKeyframePtrArray array(false, 8);
-    for (int t : {0, 100, 200, 300}) {
-        array.insert(key(t));
-    }
+    fill(array, {0, 100, 200, 300});
     TkeyTimeMirror<TanimTimeKeyframePtrSObj> mirror;
     mirror.refresh(array);
     unsigned span = 0;

@@ -4,16 +4,28 @@
 
 #include <cmath>
 #include <limits>
-#include <memory>
+#include <utility>
 
 namespace {
 
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr float kFloatInfinity = std::numeric_limits<float>::infinity();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-TbitField32 parts(std::uint32_t mask)
+using Tvector = std::pair<float, float>;
+
+Tvector tanIn(Tkeyframe const& key)
 {
-    return TbitField32(mask);
+    Tvector t;
+    key.getTanIn(t.first, t.second);
+    return t;
+}
+
+Tvector tanOut(Tkeyframe const& key)
+{
+    Tvector t;
+    key.getTanOut(t.first, t.second);
+    return t;
 }
 
 TEST(KeyConstruction, DefaultsOfEveryForm)
@@ -32,98 +44,73 @@ TEST(KeyConstruction, DefaultsOfEveryForm)
     EXPECT_EQ(plain.eulerSampleCache(), nullptr);
 
     Tkeyframe const secondsKey(2.5f, 3.0, kTangentFlat, kTangentGlobal);
-    EXPECT_EQ(secondsKey.seconds(), 2.5);
     EXPECT_EQ(secondsKey.storedTanInType(), kTangentFlat);
-    EXPECT_EQ(secondsKey.storedTanOutType(), kTangentSpline);
-
+    EXPECT_EQ(secondsKey.storedTanOutType(), kTangentSpline) << "the global type stands for itself";
     Tkeyframe const tickKey(TanimTime::fromTicks(9000), 1.0, kTangentLinear, kTangentLinear);
     EXPECT_TRUE(tickKey.isTickTime());
     EXPECT_EQ(tickKey.seconds(), 1.5);
-
     Tkeyframe const fromTicks(TtimeValue(TanimTime::fromTicks(-6000)), 4.0, kTangentFixed, kTangentFixed);
     EXPECT_TRUE(fromTicks.isTickTime());
     EXPECT_EQ(fromTicks.animTime().ticks(), -6000);
-    Tkeyframe const fromSeconds(TtimeValue(0.25f), 4.0, kTangentFixed, kTangentFixed);
-    EXPECT_FALSE(fromSeconds.isTickTime());
+    EXPECT_FALSE(Tkeyframe(TtimeValue(0.25f), 4.0, kTangentFixed, kTangentFixed).isTickTime());
 
-    Tkeyframe const withAux(1.0f, 2.0, 0.5, kTangentFixed, kTangentFixed);
-    EXPECT_EQ(withAux.quatComponent(), 0.5f);
-    Tkeyframe const hugeAux(1.0f, 2.0, 1e300, kTangentFixed, kTangentFixed);
-    EXPECT_TRUE(std::isinf(hugeAux.quatComponent())) << "narrowed without clamping";
-
+    EXPECT_EQ(Tkeyframe(1.0f, 2.0, 0.5, kTangentFixed, kTangentFixed).quatComponent(), 0.5f);
+    EXPECT_TRUE(std::isinf(Tkeyframe(1.0f, 2.0, 1e300, kTangentFixed, kTangentFixed).quatComponent()))
+        << "narrowed without clamping";
     Tkeyframe const timeOnly(TtimeValue(TanimTime::fromTicks(60)));
     EXPECT_EQ(timeOnly.quatComponent(), 0.0f) << "the time-only form starts its aux at 0";
     EXPECT_TRUE(timeOnly.isTickTime());
-}
-
-TEST(KeyConstruction, NaNArgumentsLeaveDefaults)
-{
-    Tkeyframe const key(kNaN, std::nan(""), kTangentFixed, kTangentFixed);
-    EXPECT_EQ(key.seconds(), 0.0);
-    EXPECT_EQ(key.value(), 0.0);
-    Tkeyframe const aux(1.0f, 1.0, std::nan(""), kTangentFixed, kTangentFixed);
-    EXPECT_EQ(aux.quatComponent(), 1.0f);
 }
 
 TEST(KeyClamping, TangentsNeverPointBackwardsAndSnap)
 {
     Tkeyframe key;
     key.setTanIn(-2.0f, 5.0f);
-    float x = 1;
-    float y = 1;
-    key.getTanIn(x, y);
-    EXPECT_EQ(x, 0.0f);
-    EXPECT_EQ(y, 5.0f);
+    EXPECT_EQ(tanIn(key), Tvector(0.0f, 5.0f));
     key.setTanOut(3e-6f, -4e-6f);
-    key.getTanOut(x, y);
-    EXPECT_EQ(x, 0.0f);
-    EXPECT_EQ(y, 0.0f);
+    EXPECT_EQ(tanOut(key), Tvector(0.0f, 0.0f));
     key.setTanOut(-1.0f, 1.1e-5f);
-    key.getTanOut(x, y);
-    EXPECT_EQ(x, 0.0f) << "the out-tangent obeys the same rule";
-    EXPECT_EQ(y, 1.1e-5f) << "just past the tolerance is kept";
-    key.setTanIn(std::numeric_limits<float>::infinity(), -std::numeric_limits<float>::infinity());
-    key.getTanIn(x, y);
-    EXPECT_EQ(x, kFloatMax);
-    EXPECT_EQ(y, -kFloatMax);
+    EXPECT_EQ(tanOut(key), Tvector(0.0f, 1.1e-5f)) << "the out-tangent obeys the same rule; past the tolerance is kept";
+    key.setTanIn(kFloatInfinity, -kFloatInfinity);
+    EXPECT_EQ(tanIn(key), Tvector(kFloatMax, -kFloatMax));
 }
 
-TEST(KeyClamping, ValuesAndTimes)
+TEST(KeyClamping, ValuesTimesAndTheAuxiliaryComponent)
 {
-    Tkeyframe key;
     struct Case {
         double fGiven;
-        double fStored;
+        double fStoredValue;
+        float fStoredAux;
     };
-    Case const values[] = {
-        {5e-11, 0.0}, {-1e-9, -1e-9}, {kInfinity, kDoubleMax}, {-kInfinity, -kDoubleMax}, {3.25, 3.25}};
-    for (Case const& c : values) {
-        key.setValue(c.fGiven);
-        EXPECT_EQ(key.value(), c.fStored) << c.fGiven;
+    Case const cases[] = {{5e-11, 0.0, 0.0f},
+                          {-1e-9, -1e-9, -1e-9f},
+                          {kInfinity, kDoubleMax, kFloatInfinity},
+                          {-kInfinity, -kDoubleMax, -kFloatInfinity},
+                          {1e300, 1e300, kFloatInfinity},
+                          {3.25, 3.25, 3.25f}};
+    for (Case const& c : cases) {
+        Tkeyframe key;
+        EXPECT_TRUE(key.setValue(c.fGiven));
+        EXPECT_EQ(key.value(), c.fStoredValue) << c.fGiven;
+        EXPECT_TRUE(key.setTimeAndValue(TtimeValue(1.0f), 2.0, c.fGiven));
+        EXPECT_EQ(key.quatComponent(), c.fStoredAux) << c.fGiven;
     }
+    Tkeyframe key;
     key.setTime(TtimeValue(4e-6f));
     EXPECT_EQ(key.seconds(), 0.0);
     key.setTime(TtimeValue(-2e-5f));
     EXPECT_FLOAT_EQ(float(key.seconds()), -2e-5f);
-    key.setTime(std::numeric_limits<float>::infinity());
+    key.setTime(kFloatInfinity);
     EXPECT_EQ(key.floatTime(), kFloatMax);
-}
-
-TEST(KeyClamping, AuxiliaryComponent)
-{
-    Tkeyframe key;
-    EXPECT_TRUE(key.setTimeAndValue(TtimeValue(1.0f), 2.0, 5e-11));
-    EXPECT_EQ(key.quatComponent(), 0.0f);
-    key.setTimeAndValue(TtimeValue(1.0f), 2.0, 1e300);
-    EXPECT_TRUE(std::isinf(key.quatComponent()));
-    key.setTimeAndValue(TtimeValue(1.0f), 2.0, -kInfinity);
-    EXPECT_EQ(key.quatComponent(), -std::numeric_limits<float>::infinity());
-    key.setTimeAndValue(TtimeValue(1.0f), 2.0, 0.75);
-    EXPECT_EQ(key.quatComponent(), 0.75f);
 }
 
 TEST(KeyRefusals, NaNNeverEntersAKey)
 {
+    Tkeyframe const constructed(kNaN, std::nan(""), kTangentFixed, kTangentFixed);
+    EXPECT_EQ(constructed.seconds(), 0.0);
+    EXPECT_EQ(constructed.value(), 0.0);
+    EXPECT_EQ(Tkeyframe(1.0f, 1.0, std::nan(""), kTangentFixed, kTangentFixed).quatComponent(), 1.0f);
+
     Tkeyframe key(1.0f, 2.0, kTangentFixed, kTangentFixed);
     key.setTanIn(1.0f, 1.0f);
     EXPECT_FALSE(key.setValue(std::nan("")));
@@ -134,10 +121,7 @@ TEST(KeyRefusals, NaNNeverEntersAKey)
     EXPECT_FALSE(key.setTimeAndValue(TtimeValue(3.0f), 1.0, std::nan("")));
     EXPECT_EQ(key.value(), 2.0);
     EXPECT_EQ(key.seconds(), 1.0);
-    float x = 0;
-    float y = 0;
-    key.getTanIn(x, y);
-    EXPECT_EQ(x, 1.0f);
+    EXPECT_EQ(tanIn(key), Tvector(1.0f, 1.0f));
 }
 
 TEST(KeyTimeForms, SettersKeepTheTickBit)
@@ -152,16 +136,18 @@ TEST(KeyTimeForms, SettersKeepTheTickBit)
     EXPECT_EQ(secondsKey.animTime().ticks(), 6000);
 }
 
-TEST(KeyCopies, SelectionAndHiddenBitNeverTravel)
+TEST(KeyCopies, SelectionHiddenBitAndEulerCacheNeverTravel)
 {
+    float samples[20] = {};
     Tkeyframe selected(1.0f, 5.0, kTangentFlat, kTangentStep);
-    selected.setActive(parts(kPickKeyMask), true);
+    selected.setActive(TbitField32(kPickKeyMask), true);
     selected.setHidden(true);
     selected.setBreakdown(true);
     selected.setTanOut(1.0f, 2.0f);
+    selected.setEulerSampleCache(samples);
 
     Tkeyframe target(7.0f, 0.0, kTangentFixed, kTangentFixed);
-    target.setActive(parts(kPickOutTangentMask), true);
+    target.setActive(TbitField32(kPickOutTangentMask), true);
     target = selected;
     EXPECT_EQ(target.value(), 5.0);
     EXPECT_EQ(target.seconds(), 1.0);
@@ -169,25 +155,13 @@ TEST(KeyCopies, SelectionAndHiddenBitNeverTravel)
     EXPECT_TRUE(target.breakdown()) << "other flags travel";
     EXPECT_EQ(target.activeParts().word(), kPickOutTangentMask) << "the target keeps its own selection";
     EXPECT_FALSE(target.hidden());
+    EXPECT_EQ(target.eulerSampleCache(), nullptr);
 
     Tkeyframe const copy(selected);
     EXPECT_EQ(copy.activeParts().word(), 0u);
     EXPECT_FALSE(copy.hidden());
     EXPECT_TRUE(copy.breakdown());
-    float x = 0;
-    float y = 0;
-    copy.getTanOut(x, y);
-    EXPECT_EQ(y, 2.0f);
-}
-
-TEST(KeyCopies, AssignmentDropsTheEulerCache)
-{
-    float samples[20] = {};
-    Tkeyframe source;
-    source.setEulerSampleCache(samples);
-    Tkeyframe target;
-    target = source;
-    EXPECT_EQ(target.eulerSampleCache(), nullptr);
+    EXPECT_EQ(tanOut(copy), Tvector(1.0f, 2.0f));
 }
 
 TEST(KeySelection, MergeRule)
@@ -206,13 +180,13 @@ TEST(KeySelection, MergeRule)
     };
     for (Case const& c : cases) {
         Tkeyframe key;
-        key.setActive(parts(c.fBefore), true);
-        key.setActive(parts(c.fAdded), true);
+        key.setActive(TbitField32(c.fBefore), true);
+        key.setActive(TbitField32(c.fAdded), true);
         EXPECT_EQ(key.activeParts().word(), c.fAfter) << c.fBefore << " + " << c.fAdded;
     }
     Tkeyframe key;
-    key.setActive(parts(kPickInTangentMask | kPickOutTangentMask), true);
-    key.setActive(parts(kPickOutTangentMask | 0x100), false);
+    key.setActive(TbitField32(kPickInTangentMask | kPickOutTangentMask), true);
+    key.setActive(TbitField32(kPickOutTangentMask | 0x100), false);
     EXPECT_EQ(key.activeParts().word(), kPickInTangentMask);
     EXPECT_FALSE(key.flags().isSet(8)) << "bits beyond the parts are untouched";
 }
@@ -240,9 +214,9 @@ TEST_F(KeyBlockingMode, TickKeysReportSteppedTangentsExceptWhileWriting)
     EXPECT_EQ(tickKey.interpMethod(), Tkeyframe::kInterpSegment);
 }
 
-TEST(KeyInterpolation, MethodFollowsBitAndOutType)
+TEST(KeyTangentTypes, InterpolationMethodGlobalDefaultAndPlugInNumbers)
 {
-    Tkeyframe key(0.0f, 0.0, kTangentFixed, kTangentStepNext);
+    Tkeyframe key(0.0f, 0.0, kTangentFlat, kTangentStepNext);
     EXPECT_EQ(key.interpMethod(), Tkeyframe::kInterpStepNext);
     key.setTanOutType(kTangentStep);
     EXPECT_EQ(key.interpMethod(), Tkeyframe::kInterpStep);
@@ -250,14 +224,10 @@ TEST(KeyInterpolation, MethodFollowsBitAndOutType)
     EXPECT_EQ(key.interpMethod(), Tkeyframe::kInterpLinear) << "forced linear wins";
     key.setInterpMethod(Tkeyframe::kInterpStepNext);
     EXPECT_EQ(key.interpMethod(), Tkeyframe::kInterpStep) << "only method 1 is stored";
-}
 
-TEST(KeyTangentTypes, ZeroAsksForTheGlobalDefault)
-{
-    Tkeyframe key(0.0f, 0.0, kTangentFlat, kTangentClamped);
     key.setTanInType(kTangentGlobal);
-    EXPECT_EQ(key.storedTanInType(), kTangentSpline);
-    EXPECT_EQ(key.storedTanOutType(), kTangentClamped);
+    EXPECT_EQ(key.storedTanInType(), kTangentSpline) << "zero asks for the global default";
+    EXPECT_EQ(key.storedTanOutType(), kTangentStep);
     key.setTanOutType(static_cast<TtangentType>(5000));
     EXPECT_EQ(key.storedTanOutType(), 5000) << "plug-in numbers are stored as given";
     EXPECT_FALSE(Tkeyframe::isTangentTypeLocked(kTangentFlat));
@@ -276,9 +246,8 @@ TEST(KeyOrder, ToleranceBoundaries)
     EXPECT_TRUE(a < far);
     EXPECT_TRUE(far > a);
     EXPECT_TRUE(a != far);
-    // Tick and seconds keys compare by seconds.
-    Tkeyframe const ticks(TanimTime::fromTicks(6000), 0.0, kTangentFixed, kTangentFixed);
-    EXPECT_TRUE(ticks == a);
+    EXPECT_TRUE(Tkeyframe(TanimTime::fromTicks(6000), 0.0, kTangentFixed, kTangentFixed) == a)
+        << "tick and seconds keys compare by seconds";
 }
 
 TEST(KeyMemory, KeysLiveInArenaBlocksOrTheSystemAllocator)

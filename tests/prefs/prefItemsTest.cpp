@@ -72,14 +72,16 @@ TEST(PreferenceItems, CommandStrings)
         preference.commandString(text);
         EXPECT_EQ(text, c.fCommand);
     }
-    TprefAnim anim;
-    Tstring text;
-    anim.commandString(text);
-    EXPECT_EQ(text, "animDisplay -refAnimCurvesEditable false;");
-    anim.setRefAnimCurvesEditable(true);
-    text.set("");
-    anim.commandString(text);
-    EXPECT_EQ(text, "animDisplay -refAnimCurvesEditable true;");
+    for (bool editable : {false, true}) {
+        TprefAnim anim;
+        if (editable) {
+            anim.setRefAnimCurvesEditable(true);  // false is the default
+        }
+        Tstring text;
+        anim.commandString(text);
+        EXPECT_EQ(text,
+                  editable ? "animDisplay -refAnimCurvesEditable true;" : "animDisplay -refAnimCurvesEditable false;");
+    }
 }
 
 TEST(PreferenceItems, NewKeysAndCurvesFollowThem)
@@ -107,7 +109,7 @@ TEST(PreferenceItems, NewKeysAndCurvesFollowThem)
     anim->setRefAnimCurvesEditable(false);
 }
 
-TEST_F(WithoutPreferences, KeysFallBackToSplineAndCurvesToWeighted)
+TEST_F(WithoutPreferences, KeysFallBackToSplineCurvesToWeightedAndStrangersAreRefused)
 {
     Tkeyframe key;
     EXPECT_EQ(key.storedTanInType(), kTangentSpline);
@@ -115,10 +117,7 @@ TEST_F(WithoutPreferences, KeysFallBackToSplineAndCurvesToWeighted)
     TparamCurve curve(false);
     EXPECT_TRUE(curve.isWeighted());
     EXPECT_FALSE(TparamCurve::refAnimCurvesEditable());
-}
 
-TEST_F(WithoutPreferences, ItemsOfAnotherClassAreNotAccepted)
-{
     class Tstranger : public TpreferenceItem {
     public:
         Tstranger() { setItemType(kPrefAnimDisplayId); }

@@ -22,17 +22,13 @@ template <class Kind> std::unique_ptr<Kind> unitSpan(double ease, double y1 = 0.
     return span;
 }
 
-TEST(EaseSegments, SineWithoutEaseInIsLinear)
-{
-    auto sine = unitSpan<T2dSine>(0.0);
-    for (double x : {0.1, 0.5, 0.9}) {
-        EXPECT_NEAR(sine->evaluate(x), x, kTight);
-    }
-}
-
 TEST(EaseSegments, SineEasesInThenRisesLinearly)
 {
-    auto sine = unitSpan<T2dSine>(0.5);
+    auto const plain = unitSpan<T2dSine>(0.0);
+    for (double x : {0.1, 0.5, 0.9}) {
+        EXPECT_NEAR(plain->evaluate(x), x, kTight) << "without an ease in the span is linear, at " << x;
+    }
+    auto const sine = unitSpan<T2dSine>(0.5);
     double const k = 1.0 / (1.0 - 0.5 * 0.3633802276324186);
     EXPECT_NEAR(sine->evaluate(0.25), 0.5 * k * kTwoOverPi * (1.0 - std::cos(M_PI / 4.0)), kTight);
     EXPECT_NEAR(sine->evaluate(0.75), k * (0.5 * kTwoOverPi + 0.25), kTight);
@@ -47,42 +43,29 @@ TEST(EaseSegments, SineEasesInThenRisesLinearly)
 
 TEST(EaseSegments, ParabolicClosedForm)
 {
-    auto parabolic = unitSpan<T2dParabolic>(0.4);
+    auto const parabolic = unitSpan<T2dParabolic>(0.4);
     double const k = 1.0 / (1.0 - 0.4 * 0.5);
     EXPECT_NEAR(parabolic->evaluate(0.2), k * 0.04 / 0.8, kTight);
     EXPECT_NEAR(parabolic->evaluate(0.7), k * (0.2 + 0.3), kTight);
     EXPECT_NEAR(parabolic->evaluate(0.999999), 1.0, 1e-5);
 }
 
-TEST(EaseSegments, LogWithUnitBaseFollowsTheSineSpan)
+TEST(EaseSegments, LogFollowsTheSineSpanForAUnitBaseAndMapsProgressExponentially)
 {
-    auto log = unitSpan<T2dLog>(0.5, 0.0, 1.0);  // y1 <= y0 and y2 <= y3: base 1
-    auto sine = unitSpan<T2dSine>(0.5);
+    auto const unitBase = unitSpan<T2dLog>(0.5, 0.0, 1.0);  // y1 <= y0 and y2 <= y3: base 1
+    auto const sine = unitSpan<T2dSine>(0.5);
     for (double x : {0.1, 0.3, 0.6, 0.95}) {
-        EXPECT_NEAR(log->evaluate(x), sine->evaluate(x), kTight) << x;
+        EXPECT_NEAR(unitBase->evaluate(x), sine->evaluate(x), kTight) << x;
     }
-}
-
-TEST(EaseSegments, LogMapsProgressExponentially)
-{
-    // Base (y2 - y3) / (y1 - y0) = 2 / 0.5 = 4.
-    auto log = std::make_unique<T2dLog>(true);
-    double x1 = 0.0;
-    double y1 = 0.5;
-    double x2 = 1.0;
-    double y2 = 3.0;
-    log->create(nullptr, 0, 0.0, 0.0, x1, y1, x2, y2, 1.0, 1.0, true);
-    double const s = 0.5;  // no ease: progress is x
-    EXPECT_NEAR(log->evaluate(0.5), (std::exp(std::log(4.0) * s) - 1.0) / 3.0, kTight);
+    // Base (y2 - y3) / (y1 - y0) = 2 / 0.5 = 4; without an ease, progress is x.
+    EXPECT_NEAR(unitSpan<T2dLog>(0.0, 0.5, 3.0)->evaluate(0.5), (std::exp(std::log(4.0) * 0.5) - 1.0) / 3.0, kTight);
 }
 
 TEST(EaseSegments, NoExtremesNoSplitsAndAHandleBound)
 {
-    auto sine = unitSpan<T2dSine>(0.3);
-    float t0 = 5;
-    float t1 = 5;
-    double v0 = 0;
-    double v1 = 0;
+    auto const sine = unitSpan<T2dSine>(0.3);
+    float t0 = 5, t1 = 5;
+    double v0 = 0, v1 = 0;
     sine->getMinMaxTimeAndValue(t0, v0, t1, v1);
     EXPECT_EQ(t0, 0.0f);
     EXPECT_EQ(t1, 0.0f);
@@ -94,8 +77,7 @@ TEST(EaseSegments, NoExtremesNoSplitsAndAHandleBound)
     Tkeyframe first(0.0f, 0.0, kTangentFixed, kTangentFixed);
     Tkeyframe second(1.0f, 1.0, kTangentFixed, kTangentFixed);
     first.setTanOut(1.0f, 6.0f);
-    double low = 0;
-    double high = 0;
+    double low = 0, high = 0;
     sine->getBoundingValue(&first, &second, low, high);
     EXPECT_DOUBLE_EQ(high, 2.0) << "the tangent's value component over three, not a slope";
 }

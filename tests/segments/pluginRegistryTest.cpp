@@ -19,37 +19,35 @@ void* usable()
     return &sMade;
 }
 
+TpluginAnimCurveInterp* add(char const* name, unsigned number, unsigned flags = 0, TpluginSecondFn check = &usable)
+{
+    return TpluginAnimCurveInterpDBase::add(name, TiffTag(number), flags, &makeHermite, check);
+}
+
 class PluginRegistry : public ::testing::Test {
 protected:
     void TearDown() override { TpluginAnimCurveInterpDBase::removeAll(); }
 };
 
-TEST_F(PluginRegistry, LookupsOnAFreshRegistryFindNothing)
+TEST_F(PluginRegistry, NumbersAreUniqueAndRemovalIsByNumber)
 {
     TpluginAnimCurveInterpDBase::removeAll();
     EXPECT_EQ(TpluginAnimCurveInterpDBase::find(20u), nullptr);
-    EXPECT_EQ(TpluginAnimCurveInterpDBase::find(Tstring("anything")), nullptr);
+    EXPECT_EQ(TpluginAnimCurveInterpDBase::find(Tstring("a")), nullptr);
     EXPECT_EQ(TpluginAnimCurveInterpDBase::create(true, 20), nullptr);
-}
 
-TEST_F(PluginRegistry, NumbersAreUnique)
-{
-    TpluginAnimCurveInterp* first = TpluginAnimCurveInterpDBase::add("a", TiffTag(20), 0, &makeHermite, &usable);
+    TpluginAnimCurveInterp* first = add("a", 20);
     ASSERT_NE(first, nullptr);
-    EXPECT_EQ(TpluginAnimCurveInterpDBase::add("b", TiffTag(20), 0, &makeHermite, &usable), nullptr);
+    EXPECT_EQ(add("b", 20), nullptr);
     EXPECT_EQ(TpluginAnimCurveInterpDBase::find(Tstring("a")), first);
     EXPECT_EQ(TpluginAnimCurveInterpDBase::find(TiffTag(20)), first);
-    TpluginAnimCurveInterpDBase::add("c", TiffTag(21), 0, &makeHermite, &usable);
+    add("c", 21);
     TpluginAnimCurveInterpPtrArray listed;
     listed.addLast(nullptr);
     EXPECT_TRUE(TpluginAnimCurveInterpDBase::getAnimCurveInterpList(listed));
     ASSERT_EQ(listed.count(), 2u);
     EXPECT_EQ(listed[0], first) << "registration order";
-}
 
-TEST_F(PluginRegistry, RemovalIsByNumber)
-{
-    TpluginAnimCurveInterpDBase::add("a", TiffTag(20), 0, &makeHermite, &usable);
     TpluginAnimCurveInterp stranger("other", TiffTag(20), 0, nullptr, nullptr);
     EXPECT_TRUE(TpluginAnimCurveInterpDBase::remove(&stranger));
     EXPECT_EQ(TpluginAnimCurveInterpDBase::find(20u), nullptr);
@@ -59,7 +57,7 @@ TEST_F(PluginRegistry, RemovalIsByNumber)
 
 TEST_F(PluginRegistry, KindsWithoutASecondFunctionFallBackToHermite)
 {
-    TpluginAnimCurveInterpDBase::add("broken", TiffTag(22), 0, &makeHermite, nullptr);
+    add("broken", 22, 0, nullptr);
     sMade = 0;
     std::unique_ptr<T2dAnimCurve> segment(T2dAnimCurve::new2dAnimCurve(true, static_cast<TinterpolatorType>(22)));
     ASSERT_NE(segment, nullptr);
@@ -69,7 +67,7 @@ TEST_F(PluginRegistry, KindsWithoutASecondFunctionFallBackToHermite)
 
 TEST_F(PluginRegistry, LockedTypesAreLeftAloneByTheRules)
 {
-    TpluginAnimCurveInterpDBase::add("locked", TiffTag(23), TpluginAnimCurveInterp::kTypeLocked, &makeHermite, &usable);
+    add("locked", 23, TpluginAnimCurveInterp::kTypeLocked);
     EXPECT_TRUE(Tkeyframe::isTangentTypeLocked(static_cast<TtangentType>(23)));
     EXPECT_FALSE(Tkeyframe::isTangentTypeLocked(static_cast<TtangentType>(24)));
     EXPECT_FALSE(Tkeyframe::isTangentTypeLocked(kTangentSpline));

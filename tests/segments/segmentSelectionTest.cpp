@@ -9,12 +9,17 @@ namespace {
 
 class SegmentSelection : public ::testing::Test {
 protected:
-    void TearDown() override { ::unsetenv("ZEVA_ANIMATION_INTERPOLATOR"); }
+    void TearDown() override
+    {
+        ::unsetenv("ZEVA_ANIMATION_INTERPOLATOR");
+        Tkeyframe::fsOverrideTangentsForBlockingMode = false;
+    }
 };
 
-Tkeyframe keyWithOut(TtangentType out)
+TinterpolatorType kindFor(bool weighted, TtangentType out)
 {
-    return Tkeyframe(0.0f, 0.0, kTangentFixed, out);
+    Tkeyframe const key(0.0f, 0.0, kTangentFixed, out);
+    return T2dAnimCurve::desiredInterpolatorType(weighted, &key);
 }
 
 TEST_F(SegmentSelection, OutTangentTypeChoosesTheKind)
@@ -33,13 +38,14 @@ TEST_F(SegmentSelection, OutTangentTypeChoosesTheKind)
         {kTangentSine, false, kInterpolatorNone4},
         {kTangentParabolic, true, kInterpolatorLog},
         {kTangentLog, false, kInterpolatorNone6},
+        {kTangentFlat, false, kInterpolatorHermite},
+        {kTangentFlat, true, kInterpolatorBezier},
         {static_cast<TtangentType>(20), false, static_cast<TinterpolatorType>(20)},
         {static_cast<TtangentType>(64), true, static_cast<TinterpolatorType>(64)},
         {static_cast<TtangentType>(40), true, kInterpolatorBezier},  // between the plug-in ranges
     };
     for (Case const& c : cases) {
-        Tkeyframe const key = keyWithOut(c.fOut);
-        EXPECT_EQ(T2dAnimCurve::desiredInterpolatorType(c.fWeighted, &key), c.fKind) << c.fOut;
+        EXPECT_EQ(kindFor(c.fWeighted, c.fOut), c.fKind) << c.fOut << (c.fWeighted ? " weighted" : "");
     }
     EXPECT_EQ(T2dAnimCurve::desiredInterpolatorType(false, nullptr), kInterpolatorHermite);
     EXPECT_EQ(T2dAnimCurve::desiredInterpolatorType(true, nullptr), kInterpolatorBezier);
@@ -47,18 +53,13 @@ TEST_F(SegmentSelection, OutTangentTypeChoosesTheKind)
 
 TEST_F(SegmentSelection, EnvironmentHookAppliesToFlatSpansOnly)
 {
-    Tkeyframe const flat = keyWithOut(kTangentFlat);
-    Tkeyframe const linear = keyWithOut(kTangentLinear);
-    ::unsetenv("ZEVA_ANIMATION_INTERPOLATOR");
-    EXPECT_EQ(T2dAnimCurve::desiredInterpolatorType(false, &flat), kInterpolatorHermite);
-    EXPECT_EQ(T2dAnimCurve::desiredInterpolatorType(true, &flat), kInterpolatorBezier);
     ::setenv("ZEVA_ANIMATION_INTERPOLATOR", "0", 1);
-    EXPECT_EQ(T2dAnimCurve::desiredInterpolatorType(false, &flat), kInterpolatorHermite);
+    EXPECT_EQ(kindFor(false, kTangentFlat), kInterpolatorHermite);
     ::setenv("ZEVA_ANIMATION_INTERPOLATOR", "2", 1);
-    EXPECT_EQ(T2dAnimCurve::desiredInterpolatorType(false, &flat), kInterpolatorSine);
-    EXPECT_EQ(T2dAnimCurve::desiredInterpolatorType(false, &linear), kInterpolatorHermite);
+    EXPECT_EQ(kindFor(false, kTangentFlat), kInterpolatorSine);
+    EXPECT_EQ(kindFor(false, kTangentLinear), kInterpolatorHermite);
     ::setenv("ZEVA_ANIMATION_INTERPOLATOR", "6", 1);
-    EXPECT_EQ(T2dAnimCurve::desiredInterpolatorType(true, &flat), kInterpolatorNone6);
+    EXPECT_EQ(kindFor(true, kTangentFlat), kInterpolatorNone6);
 }
 
 TEST_F(SegmentSelection, BlockingModeReadsStepped)
@@ -80,7 +81,6 @@ TEST_F(SegmentSelection, FactoryKindsAndNames)
     EXPECT_EQ(hermite->interpolatorName(), "Hermite");
     EXPECT_EQ(bezier->interpolatorName(), "Bezier");
     EXPECT_EQ(bezier->interpolatorType(), kInterpolatorBezier);
-    EXPECT_FALSE(bezier->floatInput());
     EXPECT_EQ(T2dAnimCurve::new2dAnimCurve(true, kInterpolatorNone4), nullptr);
     EXPECT_EQ(T2dAnimCurve::new2dAnimCurve(true, kInterpolatorNone6), nullptr);
     std::unique_ptr<T2dAnimCurve> unknown(T2dAnimCurve::new2dAnimCurve(true, static_cast<TinterpolatorType>(500)));

@@ -9,6 +9,8 @@ namespace {
 
 constexpr float kExactTangent = 1e-6f;
 
+using Tkeys = std::vector<std::pair<float, double>>;
+
 struct Tangents {
     float fInX, fInY, fOutX, fOutY;
 };
@@ -23,118 +25,91 @@ Tangents tangentsOf(TparamCurve const& curve, unsigned index)
 
 // A curve of keys at (time, value) with one tangent type on both sides;
 // weighted curves keep tangent lengths, so vectors compare exactly.
-std::unique_ptr<TparamCurve> typedCurve(bool weighted, std::vector<std::pair<float, double>> const& keys,
-                                        TtangentType type)
+std::unique_ptr<TparamCurve> typedCurve(bool weighted, Tkeys const& keys, TtangentType type,
+                                        TparamCurve::ThostHooks const* hooks = nullptr)
 {
     auto curve = std::make_unique<TparamCurve>(true);
     curve->setCurveFlag(TparamCurve::kWeightedBit, weighted);
+    if (hooks != nullptr) {
+        curve->setHostHooks(*hooks, true);
+    }
     for (auto const& [t, v] : keys) {
         curve->add(Tkeyframe(t, v, type, type));
     }
     return curve;
 }
 
-void expectTangents(TparamCurve const& curve, unsigned index, Tangents want, char const* what)
+TEST(TangentRules, EachRuleGivesItsTangentsAndKeepsItsType)
 {
-    Tangents const got = tangentsOf(curve, index);
-    EXPECT_NEAR(got.fInX, want.fInX, kExactTangent) << what << " in x";
-    EXPECT_NEAR(got.fInY, want.fInY, kExactTangent) << what << " in y";
-    EXPECT_NEAR(got.fOutX, want.fOutX, kExactTangent) << what << " out x";
-    EXPECT_NEAR(got.fOutY, want.fOutY, kExactTangent) << what << " out y";
+    Tkeys const lone = {{1.0f, 5.0}};
+    Tkeys const pair = {{0.0f, 0.0}, {1.0f, 2.0}};
+    Tkeys const riseFall = {{0.0f, 0.0}, {1.0f, 2.0}, {3.0f, 1.0}};
+    Tkeys const falling = {{0.0f, 5.0}, {1.0f, 2.0}, {3.0f, -1.0}};
+    Tkeys const rising = {{0.0f, 0.0}, {1.0f, 1.0}, {2.0f, 3.0}};
+    Tkeys const peak = {{0.0f, 0.0}, {1.0f, 1.0}, {2.0f, 0.0}};
+    Tkeys const line = {{0.0f, 0.0}, {1.0f, 1.0}, {3.0f, 3.0}};
+    Tkeys const nearEqual = {{0.0f, 1.0}, {1.0f, 1.04}, {2.0f, 3.0}};
+    Tkeys const longSpan = {{0.0f, 0.0}, {2.0f, 1.0}};
+    struct Case {
+        TtangentType fType;
+        Tkeys const& fKeys;
+        unsigned fIndex;
+        Tangents fWant;
+        char const* fWhat;
+    };
+    Case const cases[] = {
+        {kTangentLinear, lone, 0, {1, 0, 1, 0}, "lone linear key"},
+        {kTangentLinear, riseFall, 1, {1, 2, 2, -1}, "linear points at the neighbours"},
+        {kTangentLinear, riseFall, 0, {1, 0, 1, 2}, "first linear key"},
+        {kTangentFlat, lone, 0, {0, 0, 0, 0}, "lone flat key"},
+        {kTangentFlat, riseFall, 1, {1, 0, 2, 0}, "flat keeps the span lengths"},
+        {kTangentFlat, riseFall, 0, {1, 0, 1, 0}, "first flat key takes its only side's length"},
+        {kTangentStep, pair, 0, {0, 0, 0, 0}, "step"},
+        {kTangentStepNext, pair, 1, {0, 0, 0, 0}, "step next"},
+        {kTangentSlow, falling, 1, {1, 0.5772f, 2, 2 * 0.5772f}, "slow rises on a falling curve"},
+        {kTangentSlow, falling, 0, {1, 0.5772f, 1, 0.5772f}, "one neighbour: both sides use its candidate"},
+        {kTangentFast, longSpan, 1, {2, 2 * 1.732f, 2, 2 * 1.732f}, "fast end key"},
+        {kTangentAuto, rising, 1, {1, 1.5f, 1, 1.5f}, "auto: sIn 3, sOut 6, chord 1.5"},
+        {kTangentAuto, peak, 1, {1, 0, 1, 0}, "auto where the signs differ: flat"},
+        {kTangentAuto, peak, 0, {1, 0, 1, 0}, "an auto end key is flat"},
+        {kTangentSpline, line, 1, {1, 1, 2, 2}, "weighted spline: each side as long as its span"},
+        {kTangentSmooth, line, 1, {1, 1, 2, 2}, "old smooth has spline tangents"},
+        {kTangentClamped, nearEqual, 1, {1, 0, 1, 0}, "clamped within 0.05 of the previous value: flat"},
+        {kTangentClamped, line, 1, {1, 1, 2, 2}, "clamped far from both: spline"},
+    };
+    for (Case const& c : cases) {
+        auto const curve = typedCurve(true, c.fKeys, c.fType);
+        Tangents const got = tangentsOf(*curve, c.fIndex);
+        EXPECT_NEAR(got.fInX, c.fWant.fInX, kExactTangent) << c.fWhat;
+        EXPECT_NEAR(got.fInY, c.fWant.fInY, kExactTangent) << c.fWhat;
+        EXPECT_NEAR(got.fOutX, c.fWant.fOutX, kExactTangent) << c.fWhat;
+        EXPECT_NEAR(got.fOutY, c.fWant.fOutY, kExactTangent) << c.fWhat;
+        EXPECT_EQ(curve->keyframe(c.fIndex)->storedTanInType(), c.fType) << c.fWhat;
+        EXPECT_EQ(curve->keyframe(c.fIndex)->storedTanOutType(), c.fType) << c.fWhat;
+    }
 }
 
-TEST(TangentRules, LinearPointsAtTheNeighbours)
+TEST(TangentRules, SplineOnHermiteSpansIsAUnitChordOrNearVertical)
 {
-    auto lone = typedCurve(true, {{1.0f, 5.0}}, kTangentLinear);
-    expectTangents(*lone, 0, {1, 0, 1, 0}, "lone linear key");
-    auto three = typedCurve(true, {{0.0f, 0.0}, {1.0f, 2.0}, {3.0f, 1.0}}, kTangentLinear);
-    expectTangents(*three, 1, {1, 2, 2, -1}, "middle key");
-    expectTangents(*three, 0, {1, 0, 1, 2}, "first key");
-}
-
-TEST(TangentRules, FlatKeepsTheSpanLengths)
-{
-    auto lone = typedCurve(true, {{1.0f, 5.0}}, kTangentFlat);
-    expectTangents(*lone, 0, {0, 0, 0, 0}, "lone flat key");
-    auto three = typedCurve(true, {{0.0f, 0.0}, {1.0f, 2.0}, {3.0f, 1.0}}, kTangentFlat);
-    expectTangents(*three, 1, {1, 0, 2, 0}, "middle key");
-    expectTangents(*three, 0, {1, 0, 1, 0}, "first key takes its only side's length");
-}
-
-TEST(TangentRules, StepTangentsVanish)
-{
-    auto curve = typedCurve(true, {{0.0f, 0.0}, {1.0f, 2.0}}, kTangentStep);
-    expectTangents(*curve, 0, {0, 0, 0, 0}, "step");
-    auto next = typedCurve(true, {{0.0f, 0.0}, {1.0f, 2.0}}, kTangentStepNext);
-    expectTangents(*next, 1, {0, 0, 0, 0}, "step next");
-}
-
-TEST(TangentRules, SlowAndFastAlwaysRise)
-{
-    auto slow = typedCurve(true, {{0.0f, 5.0}, {1.0f, 2.0}, {3.0f, -1.0}}, kTangentSlow);
-    expectTangents(*slow, 1, {1, 0.5772f, 2, 2 * 0.5772f}, "slow on a falling curve");
-    expectTangents(*slow, 0, {1, 0.5772f, 1, 0.5772f}, "one neighbour: both sides use its candidate");
-    auto fast = typedCurve(true, {{0.0f, 0.0}, {2.0f, 1.0}}, kTangentFast);
-    expectTangents(*fast, 1, {2, 2 * 1.732f, 2, 2 * 1.732f}, "fast end key");
-}
-
-TEST(TangentRules, AutoTakesTheGentlestAgreeingSlope)
-{
-    auto rising = typedCurve(true, {{0.0f, 0.0}, {1.0f, 1.0}, {2.0f, 3.0}}, kTangentAuto);
-    expectTangents(*rising, 1, {1, 1.5f, 1, 1.5f}, "sIn 3, sOut 6, chord 1.5");
-    auto peak = typedCurve(true, {{0.0f, 0.0}, {1.0f, 1.0}, {2.0f, 0.0}}, kTangentAuto);
-    expectTangents(*peak, 1, {1, 0, 1, 0}, "signs differ: flat");
-    expectTangents(*peak, 0, {1, 0, 1, 0}, "an end key is flat");
-}
-
-TEST(TangentRules, SplineOnHermiteAndBezierSpans)
-{
-    auto hermite = typedCurve(false, {{0.0f, 0.0}, {1.0f, 1.0}, {2.0f, 3.0}}, kTangentSpline);
-    Tangents const h = tangentsOf(*hermite, 1);
+    Tangents const h = tangentsOf(*typedCurve(false, {{0.0f, 0.0}, {1.0f, 1.0}, {2.0f, 3.0}}, kTangentSpline), 1);
     EXPECT_NEAR(h.fInY / h.fInX, 1.5, 1e-6) << "the chord slope";
     EXPECT_NEAR(h.fInX * h.fInX + h.fInY * h.fInY, 1.0, 1e-6) << "Hermite tangents are unit vectors";
-    auto bezier = typedCurve(true, {{0.0f, 0.0}, {1.0f, 1.0}, {3.0f, 3.0}}, kTangentSpline);
-    expectTangents(*bezier, 1, {1, 1, 2, 2}, "weighted: each side as long as its span");
     auto close = typedCurve(false, {{1.0f, 0.0}, {1.00002f, 1.0}, {1.00004f, 3.0}}, kTangentSpline);
     Tangents const v = tangentsOf(*close, 1);
     EXPECT_EQ(v.fInX, 1e-5f) << "neighbours closer than 1e-4 s: vertical, keeping the smallest forward step";
     EXPECT_EQ(v.fInY, 1.0f);
 }
 
-TEST(TangentRules, OldSmoothKeepsItsTypeWithSplineTangents)
+TEST(TangentRules, ClampedThresholdsFollowTheHostScaleAndOldClampedEachNeighbour)
 {
-    auto curve = typedCurve(true, {{0.0f, 0.0}, {1.0f, 1.0}, {3.0f, 3.0}}, kTangentSmooth);
-    expectTangents(*curve, 1, {1, 1, 2, 2}, "old smooth");
-    EXPECT_EQ(curve->keyframe(1)->storedTanInType(), kTangentSmooth);
-}
-
-TEST(TangentRules, ClampedFlattensBesideNearlyEqualValues)
-{
-    auto curve = typedCurve(true, {{0.0f, 1.0}, {1.0f, 1.04}, {2.0f, 3.0}}, kTangentClamped);
-    expectTangents(*curve, 1, {1, 0, 1, 0}, "within 0.05 of the previous value: flat both sides");
-    EXPECT_EQ(curve->keyframe(1)->storedTanOutType(), kTangentClamped) << "types are restored";
-    auto far = typedCurve(true, {{0.0f, 0.0}, {1.0f, 1.0}, {3.0f, 3.0}}, kTangentClamped);
-    expectTangents(*far, 1, {1, 1, 2, 2}, "far from both: spline");
-
-    // A host scale of 10 shrinks the threshold to 0.005.
+    Tkeys const nearEqual = {{0.0f, 1.0}, {1.0f, 1.04}, {2.0f, 3.0}};
     TparamCurve::ThostHooks hooks;
     hooks.fNormalisationScale = [](void*, TparamCurve const*) { return 10.0; };
-    auto scaled = std::make_unique<TparamCurve>(true);
-    scaled->setCurveFlag(TparamCurve::kWeightedBit, true);
-    scaled->setHostHooks(hooks, true);
-    for (auto const& [t, v] : std::vector<std::pair<float, double>>{{0.0f, 1.0}, {1.0f, 1.04}, {2.0f, 3.0}}) {
-        scaled->add(Tkeyframe(t, v, kTangentClamped, kTangentClamped));
-    }
-    Tangents const s = tangentsOf(*scaled, 1);
-    EXPECT_GT(s.fInY, 0.0f) << "0.04 is now far enough for a spline";
-}
-
-TEST(TangentRules, OldClampedLooksAtEachNeighbourAlone)
-{
-    auto curve = typedCurve(true, {{0.0f, 1.0}, {1.0f, 1.04}, {2.0f, 3.0}}, kTangentOldClamped);
-    Tangents const t = tangentsOf(*curve, 1);
-    EXPECT_EQ(t.fInY, 0.0f) << "flat toward the near value";
-    EXPECT_GT(t.fOutY, 0.0f) << "smooth toward the far one";
+    auto scaled = typedCurve(true, nearEqual, kTangentClamped, &hooks);
+    EXPECT_GT(tangentsOf(*scaled, 1).fInY, 0.0f) << "a scale of 10 shrinks the threshold: 0.04 is far enough";
+    Tangents const old = tangentsOf(*typedCurve(true, nearEqual, kTangentOldClamped), 1);
+    EXPECT_EQ(old.fInY, 0.0f) << "old clamped: flat toward the near value";
+    EXPECT_GT(old.fOutY, 0.0f) << "smooth toward the far one";
 }
 
 TEST(TangentRules, PlateauFlattensEndsExtremesAndOvershoot)
@@ -144,8 +119,7 @@ TEST(TangentRules, PlateauFlattensEndsExtremesAndOvershoot)
     EXPECT_EQ(tangentsOf(*curve, 4).fInY, 0.0f) << "last key";
     EXPECT_EQ(tangentsOf(*curve, 2).fInY, 0.0f) << "a peak";
     EXPECT_EQ(tangentsOf(*curve, 3).fInY, 0.0f) << "a valley";
-    Tangents const rising = tangentsOf(*curve, 1);
-    EXPECT_GT(rising.fOutY, 0.0f) << "between a lower and a higher neighbour without overshoot";
+    EXPECT_GT(tangentsOf(*curve, 1).fOutY, 0.0f) << "between a lower and a higher neighbour without overshoot";
 }
 
 TEST(TangentRules, BlockingModeStepsTickKeys)
@@ -155,9 +129,8 @@ TEST(TangentRules, BlockingModeStepsTickKeys)
     curve->add(Tkeyframe(TanimTime::fromTicks(0), 0.0, kTangentLinear, kTangentLinear));
     curve->add(Tkeyframe(TanimTime::fromTicks(6000), 2.0, kTangentLinear, kTangentLinear));
     Tkeyframe::fsOverrideTangentsForBlockingMode = false;
-    Tangents const t = tangentsOf(*curve, 0);
-    EXPECT_EQ(t.fOutX, 0.0f) << "the step rule ran";
-    EXPECT_EQ(t.fOutY, 0.0f);
+    EXPECT_EQ(tangentsOf(*curve, 0).fOutX, 0.0f) << "the step rule ran";
+    EXPECT_EQ(tangentsOf(*curve, 0).fOutY, 0.0f);
     curve->modifyTangents(0);
     EXPECT_GT(tangentsOf(*curve, 0).fOutY, 0.0f) << "linear again once the override is off";
 }
@@ -170,8 +143,7 @@ TEST(TangentRules, ShouldBeFlatCorrectsBackwardTangents)
     key.setTanIn(1.0f, -0.5f);  // points down while the curve rises
     key.setTanOut(1.0f, 0.7f);
     EXPECT_TRUE(T2dAnimCurve::shouldBeFlat(&prev, &key, &next));
-    float x = 0;
-    float y = 0;
+    float x = 0, y = 0;
     key.getTanIn(x, y);
     EXPECT_EQ(y, 0.0f);
     key.getTanOut(x, y);
@@ -189,8 +161,7 @@ TEST(TangentRules, TypesWithoutARuleLeaveTangentsAlone)
     auto curve = typedCurve(true, {{0.0f, 0.0}, {1.0f, 1.0}}, kTangentFixed);
     curve->keyframe(0)->setTanOut(2.0f, 9.0f);
     curve->setTangentType(0, static_cast<TtangentType>(40), static_cast<TtangentType>(40000));
-    Tangents const t = tangentsOf(*curve, 0);
-    EXPECT_EQ(t.fOutY, 9.0f);
+    EXPECT_EQ(tangentsOf(*curve, 0).fOutY, 9.0f);
     EXPECT_FALSE(curve->setTangentType(5, kTangentFlat, kTangentFlat));
     EXPECT_FALSE(curve->setTangentType(0, kTangentFlat, 7));
     EXPECT_TRUE(curve->setTangentType(0, kTangentFlat, kPickOutTangentBit));

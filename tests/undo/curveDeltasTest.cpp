@@ -27,59 +27,51 @@ public:
     }
 };
 
+std::unique_ptr<TPCDdragKey> drag(TparamCurve* curve, TkeyframeHandle* handle, float from, double fromValue, float to,
+                                  double toValue)
+{
+    return std::make_unique<TPCDdragKey>(handle, 0, TtimeValue(from), fromValue, 0.0, TtimeValue(to), toValue, 0.0,
+                                         TparamCurveEnums::kMoveBetweenNeighbours, curve);
+}
+
 TEST(CurveDeltaRecords, TypeNumbersAndNames)
 {
     TparamCurve curve(true);
-    struct Case {
-        std::unique_ptr<TparamCurveDelta> fRecord;
-        ZFn::Type fType;
-        char const* fName;
+    auto expectType = [&curve](TparamCurveDelta const& record, ZFn::Type type, char const* name) {
+        EXPECT_EQ(record.apiType(), type) << record.typeof()->name();
+        EXPECT_STREQ(record.apiTypeString(), name) << record.typeof()->name();
+        EXPECT_TRUE(record.typeof()->istype(TparamCurveDeltaTmeta));
+        EXPECT_EQ(record.paramCurve(), &curve);
     };
-    std::vector<Case> cases;
-    cases.push_back({std::make_unique<TPCDdragKey>(&curve), ZFn::kKeyframeDeltaMove, "kKeyframeDeltaMove"});
-    cases.push_back(
-        {std::make_unique<TPCDscaleKey>(&curve, TtimeValue(), TtimeValue(), TtimeValue(), TtimeValue(), TtimeValue()),
-         ZFn::kKeyframeDeltaScale, "kKeyframeDeltaScale"});
-    cases.push_back({std::make_unique<TPCDaddRemoveKey>(&curve, nullptr, TPCDaddRemoveKey::kAdded),
-                     ZFn::kKeyframeDeltaAddRemove, "kKeyframeDeltaAddRemove"});
-    cases.push_back({std::make_unique<TPCDinsertKey>(&curve, nullptr, nullptr, nullptr), ZFn::kKeyframeDeltaAddRemove,
-                     "kKeyframeDeltaAddRemove"});
-    cases.push_back(
-        {std::make_unique<TPCDblockAddRemoveKey>(&curve, nullptr, nullptr, TtimeValue(), TtimeValue(), kTangentFixed,
-                                                 kTangentFixed, false, TPCDblockAddRemoveKey::kBlockAdded),
-         ZFn::kKeyframeDeltaBlockAddRemove, "kKeyframeDeltaBlockAddRemove"});
-    cases.push_back(
-        {std::make_unique<TPCDinfinityType>(&curve, true, TparamCurveEnums::kConstant, TparamCurveEnums::kCycle),
-         ZFn::kKeyframeDeltaInfType, "kKeyframeDeltaInfType"});
-    cases.push_back({std::make_unique<TPCDdragTan>(&curve, 0u), ZFn::kKeyframeDeltaTangent, "kKeyframeDeltaTangent"});
-    cases.push_back(
-        {std::make_unique<TPCDweightedTangents>(&curve, true), ZFn::kKeyframeDeltaWeighted, "kKeyframeDeltaWeighted"});
-    cases.push_back(
-        {std::make_unique<TPCDbreakdown>(&curve, 0u, false), ZFn::kKeyframeDeltaBreakdown, "kKeyframeDeltaBreakdown"});
-    cases.push_back({std::make_unique<TPCDrotationInterpolation>(&curve, 0, 3), ZFn::kKeyframeDelta, "kKeyframeDelta"});
-    cases.push_back({std::make_unique<TPCDcurveDelta>(&curve), ZFn::kKeyframeDelta, "kKeyframeDelta"});
-    for (Case const& c : cases) {
-        EXPECT_EQ(c.fRecord->apiType(), c.fType) << c.fRecord->typeof()->name();
-        EXPECT_STREQ(c.fRecord->apiTypeString(), c.fName);
-        EXPECT_TRUE(c.fRecord->typeof()->istype(TparamCurveDeltaTmeta));
-        EXPECT_EQ(c.fRecord->paramCurve(), &curve);
-    }
+    TtimeValue const t;
+    expectType(TPCDdragKey(&curve), ZFn::kKeyframeDeltaMove, "kKeyframeDeltaMove");
+    expectType(TPCDscaleKey(&curve, t, t, t, t, t), ZFn::kKeyframeDeltaScale, "kKeyframeDeltaScale");
+    expectType(TPCDaddRemoveKey(&curve, nullptr, TPCDaddRemoveKey::kAdded), ZFn::kKeyframeDeltaAddRemove,
+               "kKeyframeDeltaAddRemove");
+    expectType(TPCDinsertKey(&curve, nullptr, nullptr, nullptr), ZFn::kKeyframeDeltaAddRemove,
+               "kKeyframeDeltaAddRemove");
+    expectType(TPCDblockAddRemoveKey(&curve, nullptr, nullptr, t, t, kTangentFixed, kTangentFixed, false,
+                                     TPCDblockAddRemoveKey::kBlockAdded),
+               ZFn::kKeyframeDeltaBlockAddRemove, "kKeyframeDeltaBlockAddRemove");
+    expectType(TPCDinfinityType(&curve, true, TparamCurveEnums::kConstant, TparamCurveEnums::kCycle),
+               ZFn::kKeyframeDeltaInfType, "kKeyframeDeltaInfType");
+    expectType(TPCDdragTan(&curve, 0u), ZFn::kKeyframeDeltaTangent, "kKeyframeDeltaTangent");
+    expectType(TPCDweightedTangents(&curve, true), ZFn::kKeyframeDeltaWeighted, "kKeyframeDeltaWeighted");
+    expectType(TPCDbreakdown(&curve, 0u, false), ZFn::kKeyframeDeltaBreakdown, "kKeyframeDeltaBreakdown");
+    expectType(TPCDrotationInterpolation(&curve, 0, 3), ZFn::kKeyframeDelta, "kKeyframeDelta");
+    expectType(TPCDcurveDelta(&curve), ZFn::kKeyframeDelta, "kKeyframeDelta");
     EXPECT_TRUE(TPCDinsertKeyTmeta->istype(TPCDaddRemoveKeyTmeta));
 }
 
-TEST(CurveDeltaRecords, InvalidatedRecordsAreInert)
+TEST(CurveDeltaRecords, InvalidatedRecordsAreInertAndUndoneOnesReadReversed)
 {
-    auto curve = floatCurve({{0.0f, 1.0}});
+    auto curve = floatCurve({{0.0f, 1.0}, {1.0f, 2.0}});
     TPCDbreakdown record(curve.get(), 0u, true);
     record.invalidateParamCurve();
     EXPECT_FALSE(record.undo());
     EXPECT_FALSE(record.redo());
     EXPECT_FALSE(curve->breakdown(0));
-}
 
-TEST(CurveDeltaRecords, EffectiveTypeFlipsWhileUndone)
-{
-    auto curve = floatCurve({{0.0f, 1.0}, {1.0f, 2.0}});
     Tkeyframe* key = curve->keyframe(0);
     TPCDaddRemoveKey removal(curve.get(), key, TPCDaddRemoveKey::kAdded);
     removal.setIsUndone(true);
@@ -106,11 +98,10 @@ TEST(CurveDeltaRecords, DragValuesAreHeldInNormalisedSpace)
         hooks.fNormalisationScale = [](void* owner, TparamCurve const*) { return *static_cast<double*>(owner); };
         curve->setHostHooks(hooks, true);
         TkeyframeHandle handle(curve.get(), 0u, false);
-        TPCDdragKey drag(&handle, 0, TtimeValue(0.0f), 3.0, 0.0, TtimeValue(0.0f), 5.0, 0.0,
-                         TparamCurveEnums::kMoveBetweenNeighbours, curve.get());
-        double const factor = scale == 2.0 ? 2.0 : 1.0;
-        EXPECT_EQ(drag.previousValue(), 3.0 * factor);
-        EXPECT_EQ(drag.currentValue(), 5.0 * factor);
+        auto const record = drag(curve.get(), &handle, 0.0f, 3.0, 0.0f, 5.0);
+        double const factor = scale == 2.0 ? 2.0 : 1.0;  // a negligible scale is ignored
+        EXPECT_EQ(record->previousValue(), 3.0 * factor);
+        EXPECT_EQ(record->currentValue(), 5.0 * factor);
     }
 }
 
@@ -130,7 +121,7 @@ TEST(CurveDeltaRecords, TogglesSwapTheirStateEachTime)
     EXPECT_FALSE(curve->breakdown(1));
 }
 
-TEST(CurveDeltaRecords, RemovedKeysBelongToTheRecordUntilUndone)
+TEST(CurveDeltaRecords, RemovedKeysInfinityAndWeightingComeBackOnUndo)
 {
     auto curve = floatCurve({{0.0f, 1.0}, {1.0f, 2.0}});
     Tkeyframe* key = curve->keyframe(1);
@@ -145,19 +136,15 @@ TEST(CurveDeltaRecords, RemovedKeysBelongToTheRecordUntilUndone)
     EXPECT_TRUE(handle.present());
     user.redoPC();
     EXPECT_EQ(curve->keyframeCount(), 1u);
-}
 
-TEST(CurveDeltaRecords, InfinityAndWeightingAreRecorded)
-{
-    auto curve = floatCurve({{0.0f, 1.0}, {1.0f, 2.0}});
-    TparamCurveDeltaUser user;
-    user.beginParamCurveMod(*curve);
+    TparamCurveDeltaUser settings;
+    settings.beginParamCurveMod(*curve);
     curve->setPostInfinityType(TparamCurveEnums::kOscillate);
     curve->setIsWeighted(true);
-    user.endParamCurveMod(*curve);
-    ASSERT_GE(user.step().length(), 3u);
-    EXPECT_NE(keelCast<TPCDinfinityType>(user.step().delta(0)), nullptr);
-    user.undoPC();
+    settings.endParamCurveMod(*curve);
+    ASSERT_GE(settings.step().length(), 3u);
+    EXPECT_NE(keelCast<TPCDinfinityType>(settings.step().delta(0)), nullptr);
+    settings.undoPC();
     EXPECT_EQ(curve->postInfinityType(), TparamCurveEnums::kConstant);
     EXPECT_FALSE(curve->isWeighted());
 }
@@ -178,13 +165,6 @@ TEST(DeltaCollection, AddDeltaOutsideAModificationTakesNothing)
     auto* composite = keelCast<TparamCurveDeltaComp>(collected.get());
     ASSERT_NE(composite, nullptr);
     EXPECT_EQ(composite->length(), 4u);
-}
-
-std::unique_ptr<TPCDdragKey> drag(TparamCurve* curve, TkeyframeHandle* handle, float from, double fromValue, float to,
-                                  double toValue)
-{
-    return std::make_unique<TPCDdragKey>(handle, 0, TtimeValue(from), fromValue, 0.0, TtimeValue(to), toValue, 0.0,
-                                         TparamCurveEnums::kMoveBetweenNeighbours, curve);
 }
 
 TEST(DeltaCollection, ContinuingDragsMergeOnlyWithTheSwitchOn)
