@@ -30,6 +30,8 @@ constexpr float kVanishing = 1e-5f;
 // Weights below this give the shortest tangent an editor may make.
 constexpr float kMinimumWeight = 0.005f;
 constexpr float kMinimumLength = 0.015f;
+// The sine of the angle below which two tangents are in line.
+constexpr double kInLineTolerance = 1e-6;
 
 bool finite(float x, float y)
 {
@@ -106,6 +108,16 @@ bool alongAtLength(float& x, float& y, double length, float xScale, float yScale
     x = newX;
     y = newY;
     return true;
+}
+
+// Whether two tangents point the same way within float noise (a vanishing
+// one points every way).
+bool pointSameWay(float x, float y, float otherX, float otherY)
+{
+    double const cross = double(x) * otherY - double(y) * otherX;
+    double const dot = double(x) * otherX + double(y) * otherY;
+    double const lengths = std::hypot(double(x), double(y)) * std::hypot(double(otherX), double(otherY));
+    return lengths == 0.0 || (dot > 0.0 && std::fabs(cross) <= kInLineTolerance * lengths);
 }
 
 // A drag input as a key would store it: never backwards in time.
@@ -397,19 +409,15 @@ bool TparamCurve::preserveTangentLock(unsigned index, bool in, float xScale, flo
     if (key == nullptr || !validScales(xScale, yScale)) {
         return false;
     }
-    if (!key->tangentsLocked()) {
-        return true;
-    }
     float x = 0.0f;
     float y = 0.0f;
     float otherX = 0.0f;
     float otherY = 0.0f;
     readSide(*key, in, x, y);
-    if (!adjustForAngleLock(index, in, x, y, otherX, otherY, xScale, yScale)) {
-        return false;
+    readSide(*key, !in, otherX, otherY);
+    if (!key->tangentsLocked() || pointSameWay(x, y, otherX, otherY)) {
+        return true;
     }
-    float nowX = 0.0f;
-    float nowY = 0.0f;
-    readSide(*key, !in, nowX, nowY);
-    return (nowX == otherX && nowY == otherY) || dragTangent(index, otherX, otherY, !in);
+    return adjustForAngleLock(index, in, x, y, otherX, otherY, xScale, yScale) &&
+           dragTangent(index, otherX, otherY, !in);
 }
