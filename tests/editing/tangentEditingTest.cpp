@@ -361,6 +361,62 @@ TEST(TangentDrag, UndoAndRedoAreExact)
     }
 }
 
+// Under the blocking override a tick key reads stepped: the record reports
+// that, and still puts back the types the key stores.
+TEST(TangentDrag, UndoUnderTheBlockingOverrideRestoresTheStoredTypes)
+{
+    auto curve = keeltest::tickCurve({{0, 0.0}, {6000, 2.0}, {12000, 1.0}});
+    curve->setTangentType(1, kTangentSpline, kTangentClamped);
+    auto const before = bitsOf(*curve);
+    Tkeyframe::fsOverrideTangentsForBlockingMode = true;
+    TparamCurveDeltaUser user;
+    user.beginParamCurveMod(*curve);
+    bool const dragged = curve->dragTangent(1, 0.5f, 1.0f, false);
+    user.endParamCurveMod(*curve);
+    auto const after = bitsOf(*curve);
+    auto const* record = user.step().length() == 1 ? keelCast<TPCDdragTan>(user.step().delta(0)) : nullptr;
+    user.undoPC();
+    auto const undone = bitsOf(*curve);
+    user.redoPC();
+    auto const redone = bitsOf(*curve);
+    Tkeyframe::fsOverrideTangentsForBlockingMode = false;
+    ASSERT_TRUE(dragged);
+    ASSERT_NE(record, nullptr);
+    EXPECT_EQ(record->previousType(), kTangentStep) << "as evaluation read it";
+    EXPECT_EQ(after[1].fOutType, kTangentFixed);
+    EXPECT_EQ(undone, before);
+    EXPECT_EQ(redone, after);
+}
+
+// A record made by hand, without the whole key, replays as the drag it
+// names: back to a fixed position, back to a computed type.
+TEST(TangentDrag, RecordsWithoutTheWholeKeyDragBackAndRetype)
+{
+    auto curve = splineCurve(true);
+    curve->dragTangent(1, 1.0f, 1.0f, false);
+    TPCDdragTan moved(0.5f, 2.0f, 0, 1.0f, 1.0f, kTangentFixed, false, curve.get(), 1);
+    EXPECT_TRUE(moved.undo());
+    float x = 0, y = 0;
+    side(*curve, 1, false, x, y);
+    EXPECT_EQ(x, 0.5f);
+    EXPECT_EQ(y, 2.0f);
+    TPCDdragTan retyped(kTangentSpline, kTangentFixed, false, curve.get(), 1);
+    EXPECT_TRUE(retyped.undo());
+    EXPECT_EQ(curve->keyframe(1)->storedTanOutType(), kTangentSpline);
+    TPCDdragTan still(0.5f, 2.0f, 0, 0.5f, 2.000001f, kTangentFixed, false, curve.get(), 1);
+    EXPECT_FALSE(still.undo()) << "closer than the position tolerance";
+    TPCDdragTan beyond(0.5f, 2.0f, 0, 0.5f, 2.0f, kTangentFixed, false, curve.get(), 7);
+    EXPECT_FALSE(beyond.undo());
+}
+
+TEST(TangentDrag, StaticCurvesCheckTheirTangents)
+{
+    auto curve = floatCurve({{0.0f, 0.0}, {1.0f, 0.0}});
+    curve->setCurveFlag(TparamCurve::kStaticBit, true);
+    ASSERT_TRUE(curve->dragTangent(0, 1.0f, 0.5f, false));
+    EXPECT_FALSE(curve->isStatic());
+}
+
 // --- Angle and weight -------------------------------------------------------------------------
 
 TEST(TangentWeight, WeightedCurvesMeasureTheScaledHandle)
