@@ -182,23 +182,42 @@ bool setThroughSegment(TparamCurve& curve, Tkeyframe* key, float x, float y, boo
     return true;
 }
 
+// Records the change of side `in` of key `index` from `before` to the key
+// as it is now, in a modification.
+void recordSide(TparamCurve& curve, unsigned index, bool in, Tkeyframe const& before)
+{
+    TcurveEditRecorder* recorder = TcurveEditKit::recorder(curve);
+    // A replayed record puts the key back itself; recording it again would
+    // grow the step being replayed.
+    if (recorder != nullptr && !TparamCurve::isReplaying()) {
+        TcurveEditKit::record(curve, recorder->tangentDragged(curve, index, in, before, *curve.keyframe(index)));
+    }
+}
+
 // The drag proper: the vector through the segment, the side made fixed, the
 // record of both.
 void dragThroughSegment(TparamCurve& curve, unsigned index, float x, float y, bool in)
 {
     Tkeyframe* key = curve.keyframe(index);
     Tkeyframe const before(*key);
-    TtangentType const previousType = in ? key->tanInType() : key->tanOutType();
     in ? curve.setTanIn(key, x, y) : curve.setTanOut(key, x, y);
     if (!Tkeyframe::isTangentTypeLocked(in ? key->tanInType() : key->tanOutType())) {
         curve.setTangentTypeHelper(index, kTangentFixed, sidePart(in));
     }
-    TcurveEditRecorder* recorder = TcurveEditKit::recorder(curve);
-    // A replayed record puts the key back itself; recording it again would
-    // grow the step being replayed.
-    if (recorder != nullptr && !TparamCurve::isReplaying()) {
-        TcurveEditKit::record(curve, recorder->tangentDragged(curve, index, in, previousType, before, *key));
-    }
+    recordSide(curve, index, in, before);
+}
+
+bool sideChanged(Tkeyframe const& before, Tkeyframe const& now, bool in)
+{
+    float wasX = 0.0f;
+    float wasY = 0.0f;
+    float x = 0.0f;
+    float y = 0.0f;
+    readSide(before, in, wasX, wasY);
+    readSide(now, in, x, y);
+    TtangentType const wasType = in ? before.storedTanInType() : before.storedTanOutType();
+    TtangentType const type = in ? now.storedTanInType() : now.storedTanOutType();
+    return wasX != x || wasY != y || wasType != type;
 }
 
 }  // namespace
@@ -420,4 +439,18 @@ bool TparamCurve::preserveTangentLock(unsigned index, bool in, float xScale, flo
     }
     return adjustForAngleLock(index, in, x, y, otherX, otherY, xScale, yScale) &&
            dragTangent(index, otherX, otherY, !in);
+}
+
+bool TparamCurve::generateDeltasForTangents(unsigned index, Tkeyframe const& before)
+{
+    Tkeyframe const* key = keyframe(index);
+    if (key == nullptr || TcurveEditKit::recorder(*this) == nullptr) {
+        return false;
+    }
+    for (bool const in : {true, false}) {
+        if (sideChanged(before, *key, in)) {
+            recordSide(*this, index, in, before);
+        }
+    }
+    return true;
 }

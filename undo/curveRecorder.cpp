@@ -72,9 +72,10 @@ public:
     {
         return new TPCDweightedTangents(&curve, wasWeighted);
     }
-    Tdelta* tangentDragged(TparamCurve& curve, unsigned index, bool in, TtangentType previousType,
-                           Tkeyframe const& before, Tkeyframe const& after) override
+    Tdelta* tangentDragged(TparamCurve& curve, unsigned index, bool in, Tkeyframe const& before,
+                           Tkeyframe const& after) override
     {
+        TtangentType const previousType = in ? before.tanInType() : before.tanOutType();
         float previousX = 0.0f;
         float previousY = 0.0f;
         float currentX = 0.0f;

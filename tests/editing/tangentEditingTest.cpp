@@ -584,4 +584,25 @@ TEST(LockPreservingEdit, PreserveTangentLockBringsTheOtherSideInLine)
     EXPECT_EQ(bitsOf(*curve), inLine);
 }
 
+TEST(TangentRecords, UnrecordedTangentChangesAreRecordedPerChangedSide)
+{
+    auto curve = splineCurve(true);
+    Tkeyframe const was(*curve->keyframe(1));
+    EXPECT_FALSE(curve->generateDeltasForTangents(1, was)) << "outside a modification";
+    auto const before = bitsOf(*curve);
+    TparamCurveDeltaUser user;
+    user.beginParamCurveMod(*curve);
+    ASSERT_TRUE(curve->setTanIn(curve->keyframe(1), 0.25f, -1.0f));
+    ASSERT_TRUE(curve->setTangentTypeHelper(1, kTangentFlat, kPickOutTangentBit));
+    EXPECT_FALSE(curve->generateDeltasForTangents(9, was));
+    ASSERT_TRUE(curve->generateDeltasForTangents(1, was));
+    user.endParamCurveMod(*curve);
+    EXPECT_EQ(user.step().length(), 2u) << "both sides changed";
+    auto const after = bitsOf(*curve);
+    user.undoPC();
+    EXPECT_EQ(bitsOf(*curve), before);
+    user.redoPC();
+    EXPECT_EQ(bitsOf(*curve), after);
+}
+
 }  // namespace

@@ -320,6 +320,12 @@ public:
     // Brings the other side of a key with locked tangents back in line with
     // side `in` (after locking, say). True when the key is in line now.
     bool preserveTangentLock(unsigned index, bool in, float xScale, float yScale);
+    // For tangents changed without a record (setTanIn, setTangentTypeHelper,
+    // the key itself): in a modification, records each side of key `index`
+    // whose vector or type differs from `before`, a copy of the key taken
+    // before the change, as a TPCDdragTan that undoes to `before` exactly.
+    // False outside a modification or for a bad index.
+    bool generateDeltasForTangents(unsigned index, Tkeyframe const& before);
 
     // --- Span segments (curve/paramCurveEval.cpp) -------------------------
     // The held segment, made to the kind the span that starts at `key`
