@@ -49,6 +49,17 @@ void readSide(Tkeyframe const& key, bool in, float& x, float& y)
     in ? key.getTanIn(x, y) : key.getTanOut(x, y);
 }
 
+// The side's type as evaluation reads it / as the key stores it.
+TtangentType sideType(Tkeyframe const& key, bool in)
+{
+    return in ? key.tanInType() : key.tanOutType();
+}
+
+TtangentType storedSideType(Tkeyframe const& key, bool in)
+{
+    return in ? key.storedTanInType() : key.storedTanOutType();
+}
+
 int sidePart(bool in)
 {
     return in ? kPickInTangentBit : kPickOutTangentBit;
@@ -201,7 +212,7 @@ void dragThroughSegment(TparamCurve& curve, unsigned index, float x, float y, bo
     Tkeyframe* key = curve.keyframe(index);
     Tkeyframe const before(*key);
     in ? curve.setTanIn(key, x, y) : curve.setTanOut(key, x, y);
-    if (!Tkeyframe::isTangentTypeLocked(in ? key->tanInType() : key->tanOutType())) {
+    if (!Tkeyframe::isTangentTypeLocked(sideType(*key, in))) {
         curve.setTangentTypeHelper(index, kTangentFixed, sidePart(in));
     }
     recordSide(curve, index, in, before);
@@ -215,9 +226,7 @@ bool sideChanged(Tkeyframe const& before, Tkeyframe const& now, bool in)
     float y = 0.0f;
     readSide(before, in, wasX, wasY);
     readSide(now, in, x, y);
-    TtangentType const wasType = in ? before.storedTanInType() : before.storedTanOutType();
-    TtangentType const type = in ? now.storedTanInType() : now.storedTanOutType();
-    return wasX != x || wasY != y || wasType != type;
+    return wasX != x || wasY != y || storedSideType(before, in) != storedSideType(now, in);
 }
 
 }  // namespace
