@@ -5,6 +5,7 @@
 #include "curve/detail/editRecorder.h"
 #include "keelanim/curve/paramCurve.h"
 #include "keelanim/undo/deltaCollection.h"
+#include "keelanim/undo/editDeltas.h"
 
 namespace {
 
@@ -70,6 +71,25 @@ public:
     Tdelta* weightingChanged(TparamCurve& curve, bool wasWeighted) override
     {
         return new TPCDweightedTangents(&curve, wasWeighted);
+    }
+    Tdelta* tangentDragged(TparamCurve& curve, unsigned index, bool in, Tkeyframe const& before,
+                           Tkeyframe const& after) override
+    {
+        TtangentType const previousType = in ? before.tanInType() : before.tanOutType();
+        float previousX = 0.0f;
+        float previousY = 0.0f;
+        float currentX = 0.0f;
+        float currentY = 0.0f;
+        in ? before.getTanIn(previousX, previousY) : before.getTanOut(previousX, previousY);
+        in ? after.getTanIn(currentX, currentY) : after.getTanOut(currentX, currentY);
+        auto* record = new TPCDdragTan(previousX, previousY, static_cast<unsigned char>(previousType), currentX,
+                                       currentY, kTangentFixed, in, &curve, index);
+        // The accessors tell the host both types of the side, not only the
+        // fixed type a drag leaves.
+        record->setPreviousType(previousType);
+        record->setCurrentType(in ? after.tanInType() : after.tanOutType());
+        record->keepWholeKey(before, after);
+        return record;
     }
     Tdelta* curveSnapshot(TparamCurve& curve) override { return new TPCDcurveDelta(&curve); }
 

@@ -1,5 +1,6 @@
 #include "keelanim/undo/editDeltas.h"
 
+#include "keelanim/curve/curveMessages.h"
 #include "keelanim/curve/paramCurve.h"
 #include "keelanim/keys/pickParts.h"
 #include "undo/recordReplay.h"
@@ -15,6 +16,8 @@ KEEL_DEFINE_METACLASS(TPCDrotationInterpolation, &TparamCurveDeltaTmeta);
 namespace {
 
 constexpr double kNormTolerance = 1e-10;
+// Dragged positions closer than this are the same position.
+constexpr float kPositionTolerance = 1e-5f;
 
 }  // namespace
 
@@ -128,19 +131,73 @@ unsigned TPCDdragTan::replayMask() const
     return TparamCurve::kChangeTangentType;
 }
 
+TPCDdragTan::TkeySides TPCDdragTan::TkeySides::of(Tkeyframe const& key)
+{
+    TkeySides sides;
+    key.getTanIn(sides.fInX, sides.fInY);
+    key.getTanOut(sides.fOutX, sides.fOutY);
+    sides.fInType = key.storedTanInType();
+    sides.fOutType = key.storedTanOutType();
+    return sides;
+}
+
+// The stored values were accepted by the key once, so writing them again
+// stores them bit for bit.
+void TPCDdragTan::TkeySides::applyTo(TparamCurve& curve, unsigned index) const
+{
+    Tkeyframe* key = curve.keyframe(index);
+    key->setTanIn(fInX, fInY);
+    key->setTanOut(fOutX, fOutY);
+    curve.setTangentTypeHelper(index, fInType, kPickInTangentBit);
+    curve.setTangentTypeHelper(index, fOutType, kPickOutTangentBit);
+}
+
+void TPCDdragTan::keepWholeKey(Tkeyframe const& before, Tkeyframe const& after)
+{
+    fBefore = TkeySides::of(before);
+    fAfter = TkeySides::of(after);
+    fHasWholeKey = true;
+}
+
+// A drag back to `type`'s position, from the side of `otherType`. Computed
+// types have no position of their own to drag to.
+bool TPCDdragTan::dragBack(TtangentType type, TtangentType otherType, bool undoing)
+{
+    float const x = undoing ? fPreviousX : fCurrentX;
+    float const y = undoing ? fPreviousY : fCurrentY;
+    float const fromX = undoing ? fCurrentX : fPreviousX;
+    float const fromY = undoing ? fCurrentY : fPreviousY;
+    bool const moved = std::fabs(x - fromX) > kPositionTolerance || std::fabs(y - fromY) > kPositionTolerance;
+    bool const carriesPosition = type == kTangentFixed || isPluginTangentType(type);
+    bool done = false;
+    if (carriesPosition && (type != otherType || moved)) {
+        done = fParamCurve->dragTangent(fIndex, x, y, fInTangent);
+    }
+    if (type != otherType) {
+        done = fParamCurve->setTangentTypeHelper(fIndex, type, fInTangent ? kPickInTangentBit : kPickOutTangentBit) ||
+               done;
+    }
+    return done;
+}
+
 bool TPCDdragTan::restore(TtangentType type, TtangentType otherType, bool undoing)
 {
     if (inert() || fIndex >= fParamCurve->keyframeCount()) {
         return false;
     }
-    // Positions come back through tangent dragging, which the engine does
-    // not have yet: only the type is restored.
-    if (type == otherType) {
+    TrecordReplay replaying(*this, undoing);
+    if (!replaying.open()) {
         return false;
     }
-    TrecordReplay replaying(*this, undoing);
-    return replaying.open() && replaying.finish(fParamCurve->setTangentTypeHelper(
-                                   fIndex, type, fInTangent ? kPickInTangentBit : kPickOutTangentBit));
+    bool const dragged = dragBack(type, otherType, undoing);
+    if (!fHasWholeKey) {
+        return replaying.finish(dragged);
+    }
+    (undoing ? fBefore : fAfter).applyTo(*fParamCurve, fIndex);
+    // The spans around the key take the methods of the types put back.
+    TcurveEditKit::keysChangedAround(*fParamCurve, fIndex, true);
+    fParamCurve->notifyClientsOfChange(fParamCurve->keyframe(fIndex), TparamCurveModifiedMsg::kTangentChanged);
+    return replaying.finish(true);
 }
 
 bool TPCDdragTan::undo()

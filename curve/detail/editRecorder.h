@@ -96,6 +96,11 @@ public:
     virtual Tdelta* infinityChanged(TparamCurve& curve, bool pre, TparamCurveEnums::TinfinityType previous,
                                     TparamCurveEnums::TinfinityType current) = 0;
     virtual Tdelta* weightingChanged(TparamCurve& curve, bool wasWeighted) = 0;
+    // One tangent of key `index` (the in-tangent when `in`) was dragged or
+    // changed: `before` and `after` hold the key as it was and is (both
+    // copied; the side's type before is read as evaluation read it).
+    virtual Tdelta* tangentDragged(TparamCurve& curve, unsigned index, bool in, Tkeyframe const& before,
+                                   Tkeyframe const& after) = 0;
     // Every key of the curve as it is now.
     virtual Tdelta* curveSnapshot(TparamCurve& curve) = 0;
 

@@ -22,7 +22,7 @@ bool holdsOnlyNamedRecords(TparamCurveDeltaComp const& step)
 {
     static Tmetaclass* const named[] = {TPCDaddRemoveKeyTmeta, TPCDinsertKeyTmeta, TPCDblockAddRemoveKeyTmeta,
                                         TPCDinfinityTypeTmeta, TPCDbreakdownTmeta, TPCDweightedTangentsTmeta,
-                                        TPCDcurveDeltaTmeta};
+                                        TPCDcurveDeltaTmeta,   TPCDdragTanTmeta};
     for (unsigned i = 0; i < step.length(); ++i) {
         if (std::find(std::begin(named), std::end(named), step.delta(i)->typeof()) == std::end(named)) {
             return false;
@@ -56,11 +56,18 @@ public:
         return key;
     }
 
+    // A tangent component, sometimes backwards in time or vanishing.
+    float anyComponent()
+    {
+        std::uniform_real_distribution<float> component(-1.0f, 4.0f);
+        return fRandom() % 8 == 0 ? 0.0f : component(fRandom);
+    }
+
     void edit(TparamCurve& curve)
     {
         unsigned const n = curve.keyframeCount();
         unsigned const at = n > 0 ? unsigned(fRandom() % n) : 0;
-        switch (fRandom() % 11) {
+        switch (fRandom() % 14) {
         case 0: curve.add(anyKey(curve)); break;
         case 1: curve.insert(anyKey(curve), false, false); break;
         case 2: curve.insertKey(anyKey(curve), false); break;
@@ -90,6 +97,12 @@ public:
         case 7: curve.setPreInfinityType(static_cast<TparamCurveEnums::TinfinityType>(fRandom() % 7)); break;
         case 8: curve.setPostInfinityType(static_cast<TparamCurveEnums::TinfinityType>(fRandom() % 7)); break;
         case 9: curve.setBreakdown(at, fRandom() % 2 == 0); break;
+        case 10: curve.dragTangent(at, anyComponent(), anyComponent(), fRandom() % 2 == 0); break;
+        case 11: curve.editTangent(at, anyComponent(), anyComponent(), fRandom() % 2 == 0, 1.5f, 0.5f); break;
+        case 12:
+            fRandom() % 2 == 0 ? curve.setTangentsLocked(at, fRandom() % 2 == 0)
+                               : curve.setWeightsLocked(at, fRandom() % 2 == 0);
+            break;
         default: curve.setIsWeighted(!curve.isWeighted()); break;
         }
     }

@@ -14,6 +14,7 @@
 #include <cstdint>
 
 class T2dAnimCurve;
+class Tangle;
 class TcurveEditKit;
 class TcurveEvaluator;
 class TdebugOutput;
@@ -241,6 +242,90 @@ public:
     bool setTangentType(unsigned index, TtangentType type, int part);
     // The host's value normalisation scale (1 without one).
     double normScaleValue() const;
+
+    // --- Tangent editing (editing/tangentEditing.cpp) ---------------------
+    // Tangent vectors are (x, y) in seconds and value units, three times the
+    // Bezier handle of the span. xScale and yScale are an editor's display
+    // scales for time and value (positive and finite, else the call answers
+    // false or 0): angles and weights are those the editor shows.
+    //
+    // Lock bits of one key, each in its own change bracket (mask 256 for the
+    // key and tangent locks, 2048 for the weight lock). False for a bad index
+    // or a refused bracket. Only curves from referenced files tell their
+    // clients (kLockChanged). In a modification a change of the bit is
+    // undoable.
+    bool setLocked(unsigned index, bool on);
+    bool setTangentsLocked(unsigned index, bool on);
+    bool setWeightsLocked(unsigned index, bool on);
+    // The key's bits; false for a bad index.
+    bool tangentsLocked(unsigned index) const;
+    bool weightsLocked(unsigned index) const;
+    // Sets one tangent of `key`, a key of this curve, as the segment of its
+    // span accepts it (an unweighted span keeps only the direction). The
+    // tangent type stays. True when the key changed; false for a null key,
+    // a key of another curve, NaN or infinite components, a span kind
+    // without a segment, or a refused bracket.
+    bool setTanIn(Tkeyframe* key, float x, float y);
+    bool setTanOut(Tkeyframe* key, float x, float y);
+    // The interactive drag of the in- (`in`) or out-tangent of key `index`:
+    // the side takes the vector and becomes fixed (a locked plug-in type
+    // stays), and in a modification a TPCDdragTan records the drag. The
+    // other side is not touched (editTangent keeps locks). With
+    // kSuppressMessagesBit set the vector is written as it stands, the type
+    // kept and nothing recorded. False for a bad index, NaN or infinite
+    // components, the in-tangent of a key whose span is forced linear, or a
+    // refused bracket (mask 220 / 28 for the in-tangent with / without locked
+    // tangents, 248 / 224 for the out-tangent).
+    bool dragTangent(unsigned index, float x, float y, bool in);
+    // The weight an editor shows: on a weighted curve the display length of
+    // the Bezier handle; otherwise 1, or 0 for a vanishing tangent. 0 for a
+    // bad index or bad scales.
+    double tangentWeight(unsigned index, bool in, float xScale, float yScale) const;
+    // The vector for a new angle (radians of `angle`) at the present weight,
+    // for a new weight at the present angle, or for both (the key is not
+    // read). Weights below 0.005 give the minimum length 0.015. Nothing is
+    // changed: the caller applies x and y with dragTangent or editTangent.
+    // False, with x and y untouched, for a bad index, bad scales or a
+    // result that is not finite.
+    bool setTangentAngle(unsigned index, Tangle const& angle, bool in, float& x, float& y, float xScale,
+                         float yScale) const;
+    bool setTangentWeight(unsigned index, float weight, bool in, float& x, float& y, float xScale, float yScale) const;
+    bool setTangentWeightAndAngle(unsigned index, float weight, Tangle const& angle, bool in, float& x, float& y,
+                                  float xScale, float yScale) const;
+    //
+    // Lock-preserving editing. A key with locked tangents keeps its two
+    // tangents collinear; on a weighted curve a key with locked weights
+    // keeps the display length of a dragged tangent. A tangent pointing
+    // backwards in time is taken with x = 0, as keys store it.
+    //
+    // Rescales (x, y) to the display length side `in` of key `index` has now,
+    // when the key's weights are locked on a weighted curve (else leaves it).
+    // False for a bad index, bad scales, bad components, or a vanishing
+    // (x, y) that has no direction to keep a length along.
+    bool adjustForWeightLock(unsigned index, bool in, float& x, float& y, float xScale, float yScale) const;
+    // The other side's vector collinear with (x, y) for side `in`, at the
+    // display length the other side has now. False as above.
+    bool adjustForAngleLock(unsigned index, bool in, float x, float y, float& otherX, float& otherY, float xScale,
+                            float yScale) const;
+    // Both adjustments for a drag of side `in` to (x, y): (x, y) as the
+    // weight lock takes it, and the other side as the tangent lock then
+    // asks (its present vector when the tangents are not locked).
+    bool adjustTangent(unsigned index, bool in, float& x, float& y, float& otherX, float& otherY, float xScale,
+                       float yScale) const;
+    // Drags side `in` to (x, y) as adjustTangent takes it and, with locked
+    // tangents, the other side with it, in one change bracket whose mask
+    // joins those of both drags: all or nothing. Each dragged side is one
+    // TPCDdragTan.
+    bool editTangent(unsigned index, float x, float y, bool in, float xScale, float yScale);
+    // Brings the other side of a key with locked tangents back in line with
+    // side `in` (after locking, say). True when the key is in line now.
+    bool preserveTangentLock(unsigned index, bool in, float xScale, float yScale);
+    // For tangents changed without a record (setTanIn, setTangentTypeHelper,
+    // the key itself): in a modification, records each side of key `index`
+    // whose vector or type differs from `before`, a copy of the key taken
+    // before the change, as a TPCDdragTan that undoes to `before` exactly.
+    // False outside a modification or for a bad index.
+    bool generateDeltasForTangents(unsigned index, Tkeyframe const& before);
 
     // --- Span segments (curve/paramCurveEval.cpp) -------------------------
     // The held segment, made to the kind the span that starts at `key`

@@ -62,24 +62,32 @@ private:
 };
 
 // One tangent of one key dragged or retyped.
+//
+// Replay drags the side back to the other position (when its type carries
+// one, that is fixed or a plug-in type, and it moved) and retypes it. A
+// record that also holds the whole key before and after (keepWholeKey, as
+// TparamCurve::dragTangent's records do) then puts both tangents and both
+// types back exactly as they were, whatever the segment would have made of
+// the position and whatever types compute their tangents.
 class KEEL_API TPCDdragTan : public TparamCurveDelta {
     KEEL_TYPED(TPCDdragTan)
 
 public:
     TPCDdragTan(TparamCurve* curve, unsigned index);
+    // Both types are `type`; `flag` is kept for the host.
     TPCDdragTan(float previousX, float previousY, unsigned char flag, float currentX, float currentY, TtangentType type,
                 bool inTangent, TparamCurve* curve, unsigned index);
+    // Positions (0, 1) on both sides.
     TPCDdragTan(TtangentType previous, TtangentType current, bool inTangent, TparamCurve* curve, unsigned index);
     TPCDdragTan(TPCDdragTan const& other) = default;
 
-    // Retypes the tangent back / forward; restoring a dragged position needs
-    // tangent dragging, which is not part of the engine yet.
     bool undo() override;
     bool redo() override;
     ZFn::Type apiType() const override { return ZFn::kKeyframeDeltaTangent; }
     unsigned replayMask() const override;
 
     void setIndex(unsigned index) { fIndex = index; }
+    unsigned index() const { return fIndex; }
     void setInTangent(bool in) { fInTangent = in; }
     bool isInTangent() const { return fInTangent; }
     void setCurve(TparamCurve* curve) { fParamCurve = curve; }
@@ -91,9 +99,22 @@ public:
     void setCurrentType(TtangentType type) { fCurrentType = type; }
     TtangentType previousType() const { return fPreviousType; }
     TtangentType currentType() const { return fCurrentType; }
+    unsigned char flag() const { return fFlag; }
+    // Keeps both tangents and both stored types of the key as they were
+    // before and after the edit, for an exact replay.
+    void keepWholeKey(Tkeyframe const& before, Tkeyframe const& after);
 
 private:
+    // Both tangents and both stored types of a key.
+    struct TkeySides {
+        float fInX = 0.0f, fInY = 0.0f, fOutX = 0.0f, fOutY = 0.0f;
+        TtangentType fInType = kTangentFixed, fOutType = kTangentFixed;
+        static TkeySides of(Tkeyframe const& key);
+        void applyTo(TparamCurve& curve, unsigned index) const;
+    };
+
     bool restore(TtangentType type, TtangentType otherType, bool undoing);
+    bool dragBack(TtangentType type, TtangentType otherType, bool undoing);
 
     bool fInTangent = false;
     unsigned fIndex = 0;
@@ -101,6 +122,9 @@ private:
     TtangentType fCurrentType = kTangentFixed;
     float fPreviousX = 0.0f, fPreviousY = 0.0f, fCurrentX = 0.0f, fCurrentY = 0.0f;
     unsigned char fFlag = 0;
+    bool fHasWholeKey = false;
+    TkeySides fBefore;
+    TkeySides fAfter;
 };
 
 // Several keys moved together by one time and value change.
