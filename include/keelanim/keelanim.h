@@ -35,6 +35,7 @@
 #include "keelanim/curve/paramCurveEnums.h"
 
 #include "keelanim/editing/keyframeHandle.h"
+#include "keelanim/editing/pickKey.h"
 
 #include "keelanim/segments/animCurve.h"
 #include "keelanim/segments/bezier.h"
