@@ -36,6 +36,7 @@
 
 #include "keelanim/editing/keyframeHandle.h"
 #include "keelanim/editing/pickKey.h"
+#include "keelanim/editing/pickKeyDictionary.h"
 
 #include "keelanim/segments/animCurve.h"
 #include "keelanim/segments/bezier.h"
