@@ -37,6 +37,7 @@
 #include "keelanim/editing/keyframeHandle.h"
 #include "keelanim/editing/pickKey.h"
 #include "keelanim/editing/pickKeyDictionary.h"
+#include "keelanim/editing/pickKeyList.h"
 
 #include "keelanim/segments/animCurve.h"
 #include "keelanim/segments/bezier.h"
