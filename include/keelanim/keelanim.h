@@ -35,6 +35,7 @@
 #include "keelanim/curve/paramCurveEnums.h"
 
 #include "keelanim/editing/keyframeHandle.h"
+#include "keelanim/editing/paramCurveRange.h"
 #include "keelanim/editing/pickKey.h"
 #include "keelanim/editing/pickKeyDictionary.h"
 #include "keelanim/editing/pickKeyList.h"
