@@ -3,10 +3,17 @@
 #include "keelanim/curve/curveMessages.h"
 #include "keelanim/curve/paramCurve.h"
 
+#include <cmath>
+
 namespace {
 // The move option under which every key on one side of a moved key moves
 // with it (a relative move: canMove refuses it only for absolute moves).
 constexpr TparamCurveEnums::TmoveOption kShiftingMove = TparamCurveEnums::TmoveOption(1);
+
+bool isNumber(TtimeValue const& time)
+{
+    return !std::isnan(time.seconds());
+}
 }  // namespace
 
 // --- Construction and registration ----------------------------------------------------
@@ -103,8 +110,9 @@ bool TparamCurveRange::asKeyframes(TuInt32Array& indices, Tkeyframe const* exclu
 
 void TparamCurveRange::keyframeMoved(TclientServer*, TserverMsg const& msg)
 {
+    // A move without a time to compare (NaN) says nothing about the range.
     auto const* moved = keelCast<TkeyframeMovedMsg>(&msg);
-    if (moved == nullptr) {
+    if (moved == nullptr || !isNumber(moved->from()) || !isNumber(moved->to())) {
         return;
     }
     if (moved->option() == kShiftingMove) {

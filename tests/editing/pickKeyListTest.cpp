@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <vector>
 
 using keeltest::addPick;
@@ -273,6 +274,40 @@ TEST(PickListUndo, SelectionSurvivesAddRemoveUndoAndRedo)
     again.insertRange(curve.get(), TtimeValue(1.0f), TtimeValue(1.0f));
     TpickKeyList out;
     EXPECT_FALSE(list.getDifference(again, out)) << "the revived key is the picked one";
+}
+
+}  // namespace
+
+namespace {
+
+TEST(SelectionInputs, NaNTimesAndBadIndicesAreHarmless)
+{
+    float const nan = std::numeric_limits<float>::quiet_NaN();
+    auto curve = fourKeys();
+    TpickKey beyond;
+    EXPECT_EQ(beyond.create(curve.get(), 9u, TbitField32(1), true, false), 0) << "a pick on no key";
+    EXPECT_EQ(beyond.timeValue(), TtimeValue());
+    EXPECT_EQ(beyond.conflictsInTimeWith(pickOf(curve.get(), 0, 1)), 4) << "both read zero";
+    TpickKey atNaN;
+    atNaN.create(curve.get(), nan, TbitField32(1), true, false);
+    EXPECT_EQ(atNaN.handle()->keyframe(), nullptr);
+
+    auto list = listOf(curve.get(), {{1, 1}, {2, 1}});
+    TpickKeyDictionaryNode* node = nullptr;
+    EXPECT_FALSE(list->findByTime(TtimeValue(nan), node));
+    list->insertRange(curve.get(), TtimeValue(nan), TtimeValue(nan));
+    list->merge(atNaN);
+    list->remove(beyond);
+    EXPECT_EQ(entries(*list), (Tentries{{1.0, 1}, {2.0, 1}}));
+
+    TuInt32Array indices;
+    EXPECT_TRUE(TparamCurveRange(curve.get(), TtimeValue(nan), TtimeValue(nan)).asKeyframes(indices, nullptr));
+    TparamCurveRange range(curve.get(), TtimeValue(1.0f), TtimeValue(2.0f));
+    for (auto [from, to] : {std::pair{nan, 1.5f}, std::pair{1.5f, nan}}) {
+        curve->notifyClients(TkeyframeMovedMsg(TtimeValue(from), TtimeValue(to), TparamCurveEnums::TmoveOption(1)));
+    }
+    EXPECT_EQ(range.startTime(), TtimeValue(1.0f));
+    EXPECT_EQ(range.endTime(), TtimeValue(2.0f));
 }
 
 }  // namespace

@@ -55,7 +55,8 @@ public:
     // A key moved from a to b. Under the shifting move option (1, which moves
     // every key on one side of the key with it) the ends on the key's side
     // shift by b - a; under any other option the range only grows to keep a
-    // key that was inside it, and never shrinks.
+    // key that was inside it, and never shrinks. Moves from or to a NaN time
+    // are ignored.
     virtual void keyframeMoved(TclientServer* server, TserverMsg const& msg);
     // Forgets the curve.
     virtual void curveDeleted(TclientServer* server, TserverMsg const& msg);
