@@ -51,7 +51,8 @@ public:
     // `other` with a handle, asking the curve whether it may be selected: on
     // a curve that refuses, this pick ends up without a handle. An inactive
     // pick keeps its handle (only the destructor deletes it), so assigning
-    // onto it changes nothing. Assigning a pick to itself changes nothing.
+    // onto an inactive pick that holds one changes nothing; neither does
+    // assigning a pick to itself.
     TpickKey& operator=(TpickKey const& other);
     ~TpickKey();
 
