@@ -2,6 +2,9 @@
 
 #include <new>
 
+KEEL_DEFINE_METACLASS(TdictionaryNode, nullptr);
+KEEL_DEFINE_METACLASS(Tdictionary, &TdictionaryNodeTmeta);
+
 namespace {
 constexpr int kMaxLevels = Tbookmark::kMaxLevels;
 

@@ -37,6 +37,10 @@
 #include "keelanim/editing/keyframeAccountant.h"
 #include "keelanim/editing/keyframeGroup.h"
 #include "keelanim/editing/keyframeHandle.h"
+#include "keelanim/editing/paramCurveRange.h"
+#include "keelanim/editing/pickKey.h"
+#include "keelanim/editing/pickKeyDictionary.h"
+#include "keelanim/editing/pickKeyList.h"
 
 #include "keelanim/segments/animCurve.h"
 #include "keelanim/segments/bezier.h"

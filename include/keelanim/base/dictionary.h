@@ -1,6 +1,7 @@
 #pragma once
 
 #include "keelanim/base/export.h"
+#include "keelanim/base/metaclass.h"
 
 #include <cstdint>
 
@@ -20,6 +21,12 @@
 // longer matches the dictionary (it was changed in between) is ignored.
 
 class TdictionaryNode;
+
+// Type records of the two node classes, parents of the records of the
+// engine's own dictionaries. The classes themselves answer no type: their
+// subclasses do.
+extern KEEL_API Tmetaclass* TdictionaryNodeTmeta;
+extern KEEL_API Tmetaclass* TdictionaryTmeta;
 
 class KEEL_API TdictionaryNode {
 public:

@@ -459,6 +459,11 @@ public:
     void setNLEData(TNLEData const* data);
     TNLEData const* nleData() const { return fNleData; }
 
+    // --- Key selection (editing/pickKey.cpp) ---
+    // Whether the curve's keys may be picked: not while the curve comes from
+    // a referenced file and referenced curves are not editable.
+    bool canSelect() const;
+
     // --- Change bracket (curve/changeBracket.cpp) -------------------------
     bool beginChange(unsigned mask);
     void endChange(bool modified);
