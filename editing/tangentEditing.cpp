@@ -431,6 +431,53 @@ bool TparamCurve::editTangent(unsigned index, float x, float y, bool in, float x
     return true;
 }
 
+bool TparamCurve::adjustTangent(unsigned index, bool in, float& x, float& y, float xScale, float yScale)
+{
+    if (!editTangent(index, x, y, in, xScale, yScale)) {
+        return false;
+    }
+    readSide(*keyframe(index), in, x, y);
+    return true;
+}
+
+bool TparamCurve::manageTangentChangeWhenLocked(unsigned index, bool in, Tkeyframe const& before, float xScale,
+                                                float yScale)
+{
+    Tkeyframe* key = keyframe(index);
+    if (key == nullptr || !validScales(xScale, yScale)) {
+        return false;
+    }
+    float x = 0.0f;
+    float y = 0.0f;
+    readSide(*key, in, x, y);
+    if (isWeighted() && key->weightsLocked()) {
+        float oldX = 0.0f;
+        float oldY = 0.0f;
+        readSide(before, in, oldX, oldY);
+        if (!alongAtLength(x, y, displayLength(oldX, oldY, xScale, yScale), xScale, yScale)) {
+            return false;
+        }
+    }
+    float otherX = 0.0f;
+    float otherY = 0.0f;
+    readSide(*key, !in, otherX, otherY);
+    bool const both = key->tangentsLocked();
+    if (both && !adjustForAngleLock(index, in, x, y, otherX, otherY, xScale, yScale)) {
+        return false;
+    }
+    TchangeScope change(*this, dragMask(*key, in) | dragMask(*key, !in));
+    if (!change.open()) {
+        return false;
+    }
+    setThroughSegment(*this, key, x, y, in);
+    if (both) {
+        setThroughSegment(*this, key, otherX, otherY, !in);
+    }
+    generateDeltasForTangents(index, before);  // the whole change, from `before`, as drag records
+    change.modified();
+    return true;
+}
+
 bool TparamCurve::preserveTangentLock(unsigned index, bool in, float xScale, float yScale)
 {
     Tkeyframe const* key = keyframe(index);

@@ -20,6 +20,7 @@ class TcurveEvaluator;
 class TdebugOutput;
 class TkeyframeHandle;
 class TparamCurveMsgDepot;
+class TpickKeyDictionary;
 class TtangentJournal;
 using TkeyframeHandlePtrArray = TtypedArray<TkeyframeHandle*>;
 
@@ -243,7 +244,7 @@ public:
     // The host's value normalisation scale (1 without one).
     double normScaleValue() const;
 
-    // --- Tangent editing (editing/tangentEditing.cpp) ---------------------
+    // --- Tangent editing (editing/tangentEditing.cpp, editing/pickedTangents.cpp)
     // Tangent vectors are (x, y) in seconds and value units, three times the
     // Bezier handle of the span. xScale and yScale are an editor's display
     // scales for time and value (positive and finite, else the call answers
@@ -317,6 +318,16 @@ public:
     // joins those of both drags: all or nothing. Each dragged side is one
     // TPCDdragTan.
     bool editTangent(unsigned index, float x, float y, bool in, float xScale, float yScale);
+    // Drags side `in` as editTangent does and answers in (x, y) the vector
+    // the side took.
+    bool adjustTangent(unsigned index, bool in, float& x, float& y, float xScale, float yScale);
+    // Brings a tangent changed by other means (setTanIn, the key itself) in
+    // line with the key's locks, `before` being a copy of the key taken
+    // before that change: with locked weights side `in` takes the display
+    // length it had, with locked tangents the other side follows it. In a
+    // modification the whole change from `before` is recorded as TPCDdragTan
+    // records. False for a bad index, bad scales or a refused bracket.
+    bool manageTangentChangeWhenLocked(unsigned index, bool in, Tkeyframe const& before, float xScale, float yScale);
     // Brings the other side of a key with locked tangents back in line with
     // side `in` (after locking, say). True when the key is in line now.
     bool preserveTangentLock(unsigned index, bool in, float xScale, float yScale);
@@ -326,6 +337,23 @@ public:
     // before the change, as a TPCDdragTan that undoes to `before` exactly.
     // False outside a modification or for a bad index.
     bool generateDeltasForTangents(unsigned index, Tkeyframe const& before);
+    //
+    // Over picks (editing/pickedTangents.cpp). The tangent or weight lock of
+    // every active pick's key, in one change bracket (mask 256 / 2048):
+    // false when it is refused. Unlike the single-key setters, every picked
+    // key tells the curve's clients (kLockChanged). Undoable in a
+    // modification.
+    bool setTangentLockedStatus(TpickKeyDictionary const& picks, bool on);
+    bool setWeightLockedStatus(TpickKeyDictionary const& picks, bool on);
+    // Lock-preserving edits of every picked tangent (a whole-key pick names
+    // its out-tangent) through editTangent: to the vector (x, y), to a new
+    // angle at each tangent's weight, or to a new weight at each tangent's
+    // angle. One bracket holds them all, so a locked curve or a helper's veto
+    // refuses every one; a side whose vector cannot be made is skipped, and
+    // the answer is then false.
+    bool adjustTangents(TpickKeyDictionary const& picks, float x, float y, float xScale, float yScale);
+    bool adjustTangents(TpickKeyDictionary const& picks, Tangle const& angle, float xScale, float yScale);
+    bool adjustTangents(TpickKeyDictionary const& picks, float weight, float xScale, float yScale);
 
     // --- Span segments (curve/paramCurveEval.cpp) -------------------------
     // The held segment, made to the kind the span that starts at `key`
