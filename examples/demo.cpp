@@ -322,6 +322,58 @@ void showAccountant()
     printCurve("redone", curve);
 }
 
+char const* partsOf(TpickKey const& pick)
+{
+    bool const in = pick.flags().isSet(kPickInTangentBit);
+    bool const out = pick.flags().isSet(kPickOutTangentBit);
+    if (pick.flags().isSet(kPickKeyBit)) {
+        return "key";
+    }
+    return in && out ? "both tangents" : (in ? "in-tangent" : (out ? "out-tangent" : "nothing"));
+}
+
+// An editor picks keys and tangents, combines two selections, and drags a
+// tangent of a picked key whose tangents are locked; one undo puts it back.
+void showSelectionAndTangents()
+{
+    TparamCurve curve(true);
+    curve.setIsWeighted(false);
+    for (int i = 0; i <= 3; ++i) {
+        curve.add(Tkeyframe(float(i), double(i % 2), kTangentSpline, kTangentSpline));
+    }
+    std::printf("\nselection and tangent editing\n");
+    auto pickInto = [&curve](TpickKeyList& list, std::initializer_list<std::pair<unsigned, std::uint32_t>> parts) {
+        for (auto const& [index, mask] : parts) {
+            TpickKey pick;
+            pick.create(&curve, index, TbitField32(mask), true, false);
+            list.insert(curve.timeValue(index), pick);
+        }
+    };
+    TpickKeyList keys;
+    TpickKeyList tangents;
+    pickInto(keys, {{0, kPickKeyMask}, {2, kPickKeyMask}});
+    pickInto(tangents, {{1, kPickOutTangentMask}, {2, kPickInTangentMask}});
+    keys.merge(tangents);
+    for (TpickKeyDictionaryNode* node = keys.first(); node != nullptr; node = node->next()) {
+        std::printf("  picked at %.1f s: %s\n", node->key().seconds(), partsOf(node->pick()));
+    }
+    float inX = 0, inY = 0, outX = 0, outY = 0;
+    auto printKey = [&](char const* title) {
+        curve.keyframe(1)->getTanIn(inX, inY);
+        curve.keyframe(1)->getTanOut(outX, outY);
+        std::printf("  %-30s in (%6.3f, %6.3f)  out (%6.3f, %6.3f)  value at 1.25 s %6.3f\n", title, inX, inY, outX,
+                    outY, curve.evaluate(1.25f));
+    };
+    printKey("key at 1 s, tangents locked:");
+    TparamCurveDeltaUser user;
+    user.beginParamCurveMod(curve);
+    curve.adjustTangents(keys, 1.0f, 2.0f, 1.0f, 1.0f);  // the picked out-tangent at 1 s, its in-tangent follows
+    user.endParamCurveMod(curve);
+    printKey("dragged to (1, 2):");
+    user.undoPC();
+    printKey("undone:");
+}
+
 }  // namespace
 
 int main()
@@ -333,5 +385,6 @@ int main()
     showTangentTypes();
     showUndo();
     showAccountant();
+    showSelectionAndTangents();
     return 0;
 }
