@@ -5,6 +5,7 @@
 #include "keelanim/curve/paramCurve.h"
 
 #include "curve/detail/editKit.h"
+#include "editing/tangentMasks.h"
 #include "keelanim/base/angle.h"
 #include "keelanim/curve/curveMessages.h"
 #include "keelanim/editing/keyframeHandle.h"
@@ -12,11 +13,10 @@
 
 namespace {
 
-// The change masks of the lock bits, and one that every tangent drag of a
-// key, locked or not, falls under.
-constexpr unsigned kLockMask = 256;
-constexpr unsigned kWeightLockMask = 2048;
-constexpr unsigned kAnyDragMask = 220 | 248;
+using namespace keel_tangents;
+
+// Every tangent drag of a key, locked or not, falls under this mask.
+constexpr unsigned kAnyDragMask = kDragInMask | kDragInLockedMask | kDragOutMask | kDragOutLockedMask;
 
 // Calls `visit(key, index, pick)` for every active pick of `picks` whose key
 // is one of `curve`'s keys now, in ascending time.

@@ -5,6 +5,7 @@
 #include "keelanim/curve/paramCurve.h"
 
 #include "curve/detail/editKit.h"
+#include "editing/tangentMasks.h"
 #include "keelanim/base/angle.h"
 #include "keelanim/curve/curveMessages.h"
 #include "keelanim/keys/pickParts.h"
@@ -14,16 +15,7 @@
 
 namespace {
 
-// Change masks of tangent edits: which key parameters they touch.
-constexpr unsigned kLockMask = 256;
-constexpr unsigned kWeightLockMask = 2048;
-constexpr unsigned kSetInMask = 24;
-constexpr unsigned kSetOutMask = 192;
-constexpr unsigned kSetLockedMask = 216;
-constexpr unsigned kDragInMask = 28;
-constexpr unsigned kDragInLockedMask = 220;
-constexpr unsigned kDragOutMask = 224;
-constexpr unsigned kDragOutLockedMask = 248;
+using namespace keel_tangents;
 
 // Components inside this are no tangent at all.
 constexpr float kVanishing = 1e-5f;
