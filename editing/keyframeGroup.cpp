@@ -11,7 +11,8 @@ int TkeyframeGroup::compare(TkeyframeGroup const& probe, TkeyframeGroup const& g
 }
 
 TkeyframeGroupPtrArray::TkeyframeGroupPtrArray(bool allowDuplicates, unsigned capacity)
-    : TsortedArray(sizeof(TkeyframeGroup*), 0, allowDuplicates)
+    // Slots hold pointers to groups, not groups.
+    : TsortedArray(sizeof(TkeyframeGroup*), 0, allowDuplicates)  // NOLINT(bugprone-sizeof-expression)
 {
     allocateArray(capacity);
 }
