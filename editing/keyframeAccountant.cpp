@@ -69,19 +69,17 @@ struct TkeyframeAccountant::Tentry {
         key.setTanOutType(static_cast<TtangentType>(fOutTypes[i]));
     }
 
+    // The snapshot holds what the key stored, so plain comparisons suffice.
     bool differsFrom(unsigned i, Tkeyframe const& key) const
     {
-        Tkeyframe as(key);
-        restoreOnto(i, as);
-        float ax = 0, ay = 0, bx = 0, by = 0;
-        as.getTanIn(ax, ay);
-        key.getTanIn(bx, by);
-        bool same = ax == bx && ay == by;
-        as.getTanOut(ax, ay);
-        key.getTanOut(bx, by);
-        same = same && ax == bx && ay == by;
-        return !(same && as.value() == key.value() && as.storedTanInType() == key.storedTanInType() &&
-                 as.storedTanOutType() == key.storedTanOutType() && as.quatComponent() == key.quatComponent());
+        float inX = 0, inY = 0, outX = 0, outY = 0;
+        key.getTanIn(inX, inY);
+        key.getTanOut(outX, outY);
+        bool const same = fValues[i] == key.value() && fInX[i] == inX && fInY[i] == inY && fOutX[i] == outX &&
+                          fOutY[i] == outY && fInTypes[i] == static_cast<std::uint32_t>(key.storedTanInType()) &&
+                          fOutTypes[i] == static_cast<std::uint32_t>(key.storedTanOutType()) &&
+                          fAux[i] == double(key.quatComponent());
+        return !same;
     }
 
     void audit()

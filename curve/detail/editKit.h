@@ -7,7 +7,7 @@
 // scope, recording for undo, and the step that follows any change of keys
 // (tangents, span methods and evaluation caches around the changed index).
 // Edits that live outside the curve class (editing, clipboard, rotation)
-// reach the curve's storage through TcurveEditKit only.
+// reach the curve's private edit steps through TcurveEditKit only.
 
 // Opens a change bracket and closes it on every path out of an edit. An edit
 // that changed the curve says so with modified() before the scope ends, so
@@ -52,11 +52,4 @@ public:
     {
         curve.keysChangedAround(index, keepTangentsAtIndex);
     }
-    // Puts a key object into slot `index` / takes slot `index` out, without
-    // a bracket or any other step; the caller keeps the order.
-    static bool insertPointerAt(TparamCurve& curve, Tkeyframe* key, unsigned index)
-    {
-        return curve.insertPointerAt(key, index);
-    }
-    static bool removePointerAt(TparamCurve& curve, unsigned index) { return curve.removePointerAt(index); }
 };
