@@ -45,7 +45,7 @@ bool TPCDinfinityType::redo()
 }
 
 TPCDbreakdown::TPCDbreakdown(TparamCurve* curve, unsigned index, bool wasBreakdown)
-    : TparamCurveDelta(curve, curve != nullptr ? curve->keyframe(index) : nullptr), fIndex(index),
+    : TparamCurveToggleDelta(curve, curve != nullptr ? curve->keyframe(index) : nullptr), fIndex(index),
       fWasBreakdown(wasBreakdown)
 {
 }
@@ -60,7 +60,7 @@ bool TPCDbreakdown::undo()
     if (inert() || fParamCurve->keyframe(fIndex) == nullptr) {
         return false;
     }
-    TrecordReplay replaying(*this, fEditInEffect);
+    TrecordReplay replaying(*this, undoesEdit());
     if (!replaying.open()) {
         return false;
     }
@@ -68,13 +68,13 @@ bool TPCDbreakdown::undo()
     bool const done = fParamCurve->setBreakdown(fIndex, fWasBreakdown);
     if (done) {
         fWasBreakdown = current;
-        fEditInEffect = !fEditInEffect;
+        swapped();
     }
     return replaying.finish(done);
 }
 
 TPCDweightedTangents::TPCDweightedTangents(TparamCurve* curve, bool wasWeighted)
-    : TparamCurveDelta(curve), fWasWeighted(wasWeighted)
+    : TparamCurveToggleDelta(curve), fWasWeighted(wasWeighted)
 {
 }
 
@@ -91,21 +91,21 @@ bool TPCDweightedTangents::undo()
     if (inert()) {
         return false;
     }
-    TrecordReplay replaying(*this, fEditInEffect);
+    TrecordReplay replaying(*this, undoesEdit());
     if (!replaying.open()) {
         return false;
     }
     bool const current = fParamCurve->isWeighted();
     fParamCurve->setWeightedFlag(fWasWeighted);
     fWasWeighted = current;
-    fEditInEffect = !fEditInEffect;
+    swapped();
     fParamCurve->notifyClientsOfChange(fParamCurve->keyframe(0), TparamCurveModifiedMsg::kWeightingChanged);
     return replaying.finish(true);
 }
 
 // --- TPCDcurveDelta ------------------------------------------------------------------------------------------
 
-TPCDcurveDelta::TPCDcurveDelta(TparamCurve* curve) : TparamCurveDelta(curve), fData(8)
+TPCDcurveDelta::TPCDcurveDelta(TparamCurve* curve) : TparamCurveToggleDelta(curve), fData(8)
 {
     if (curve == nullptr) {
         return;
@@ -132,11 +132,11 @@ bool TPCDcurveDelta::undo()
     if (fParamCurve == nullptr) {
         return false;
     }
-    TrecordReplay replaying(*this, fEditInEffect);
+    TrecordReplay replaying(*this, undoesEdit());
     if (!replaying.open() || !replaying.finish(swapWithCurve())) {
         return false;
     }
-    fEditInEffect = !fEditInEffect;
+    swapped();
     return true;
 }
 

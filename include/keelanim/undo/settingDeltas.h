@@ -15,6 +15,22 @@ KEEL_DECLARE_METACLASS(TPCDbreakdown);
 KEEL_DECLARE_METACLASS(TPCDweightedTangents);
 KEEL_DECLARE_METACLASS(TPCDcurveDelta);
 
+// Records whose redo is their undo: each call swaps the stored state with the
+// curve's. Which way a call goes (undoing the edit or redoing it) alternates,
+// and the tangents the edit re-derived follow that direction.
+class KEEL_API TparamCurveToggleDelta : public TparamCurveDelta {
+public:
+    using TparamCurveDelta::TparamCurveDelta;
+    bool redo() override { return undo(); }
+
+protected:
+    bool undoesEdit() const { return fEditInEffect; }
+    void swapped() { fEditInEffect = !fEditInEffect; }
+
+private:
+    bool fEditInEffect = true;
+};
+
 class KEEL_API TPCDinfinityType : public TparamCurveDelta {
     KEEL_TYPED(TPCDinfinityType)
 
@@ -41,7 +57,7 @@ private:
 
 // A key's breakdown bit: each undo (and redo) swaps the stored state with
 // the key's.
-class KEEL_API TPCDbreakdown : public TparamCurveDelta {
+class KEEL_API TPCDbreakdown : public TparamCurveToggleDelta {
     KEEL_TYPED(TPCDbreakdown)
 
 public:
@@ -49,7 +65,6 @@ public:
     TPCDbreakdown(TPCDbreakdown const& other) = default;
 
     bool undo() override;
-    bool redo() override { return undo(); }
     ZFn::Type apiType() const override { return ZFn::kKeyframeDeltaBreakdown; }
     unsigned replayMask() const override;
 
@@ -60,13 +75,12 @@ public:
 private:
     unsigned fIndex;
     bool fWasBreakdown;
-    bool fEditInEffect = true;  // the next call undoes (else redoes) the edit
 };
 
 // The curve's weighted-tangents flag: each undo (and redo) swaps the stored
 // state with the curve's. The keys' converted tangents come back through the
 // whole-curve snapshot recorded with it.
-class KEEL_API TPCDweightedTangents : public TparamCurveDelta {
+class KEEL_API TPCDweightedTangents : public TparamCurveToggleDelta {
     KEEL_TYPED(TPCDweightedTangents)
 
 public:
@@ -74,7 +88,6 @@ public:
     TPCDweightedTangents(TPCDweightedTangents const& other) = default;
 
     bool undo() override;
-    bool redo() override { return undo(); }
     ZFn::Type apiType() const override { return ZFn::kKeyframeDeltaWeighted; }
     unsigned replayMask() const override;
 
@@ -82,7 +95,6 @@ public:
 
 private:
     bool fWasWeighted;
-    bool fEditInEffect = true;  // the next call undoes (else redoes) the edit
 };
 
 // One key of a whole-curve snapshot.
@@ -92,7 +104,7 @@ struct KEEL_API TcurveDeltaData {
 using TcurveDeltaDataPtrArray = TtypedArray<TcurveDeltaData*>;
 
 // A whole-curve snapshot: each undo (and redo) swaps it with the curve's keys.
-class KEEL_API TPCDcurveDelta : public TparamCurveDelta {
+class KEEL_API TPCDcurveDelta : public TparamCurveToggleDelta {
     KEEL_TYPED(TPCDcurveDelta)
 
 public:
@@ -100,12 +112,10 @@ public:
     ~TPCDcurveDelta() override;
 
     bool undo() override;
-    bool redo() override { return undo(); }
 
     TcurveDeltaDataPtrArray const& data() const { return fData; }
 
 private:
     bool swapWithCurve();
     TcurveDeltaDataPtrArray fData;
-    bool fEditInEffect = true;  // the next call undoes (else redoes) the edit
 };
