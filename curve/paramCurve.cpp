@@ -2,6 +2,8 @@
 
 #include "keelanim/curve/paramCurve.h"
 
+#include "curve/detail/editKit.h"
+
 #include "curve/detail/curveEvaluator.h"
 #include "curve/detail/editRecorder.h"
 #include "keelanim/base/debugOutput.h"
@@ -53,6 +55,9 @@ TparamCurve& TparamCurve::operator=(TparamCurve const& other)
     if (this == &other) {
         return *this;
     }
+    // A move or scale in progress ends with the keys it was about.
+    delete fEditSession;
+    fEditSession = nullptr;
     removeAllKeys(false, false);
     if (other.isFloatCurve() != isFloatCurve()) {
         delete fFloatKeys;
@@ -68,6 +73,7 @@ TparamCurve& TparamCurve::operator=(TparamCurve const& other)
 
 TparamCurve::~TparamCurve()
 {
+    delete fEditSession;
     announceDeletion();
     globalMsgDepot().forgetCurve(this);
     delete fTangentJournal;

@@ -111,6 +111,88 @@ bool TparamCurve::setTime(unsigned index, TtimeValue const& time)
     return ordered == 0;
 }
 
+unsigned TparamCurve::retimeKey(unsigned index, TtimeValue const& time)
+{
+    Tkeyframe* key = keyframe(index);
+    if (key == nullptr || !acceptsTimeForm(time)) {
+        return kArrayFailure;
+    }
+    TtimeValue const stored = storedTime(time);
+    Tkeyframe* const previous = keyframe(index - 1);
+    Tkeyframe* const next = keyframe(index + 1);
+    Tkeyframe probe(stored);
+    if ((previous == nullptr || *previous < probe) && (next == nullptr || probe < *next)) {
+        // Still between its neighbours: the key keeps its slot.
+        key->setTime(stored);
+        keysChangedAround(index, false);
+        return index;
+    }
+    unsigned at = 0;
+    if (findStoredTime(stored, at) && at != index) {
+        return kArrayFailure;
+    }
+    TtimeValue const former = key->timeValue();
+    removePointerAt(index);
+    key->setTime(stored);
+    unsigned const placed = insertPointer(key);
+    if (placed == kArrayFailure) {
+        // A neighbour within the key tolerance: the key goes back.
+        key->setTime(former);
+        insertPointerAt(key, index);
+        return kArrayFailure;
+    }
+    // The old neighbours met each other; the key met new ones.
+    for (Tkeyframe* neighbour : {previous, next}) {
+        unsigned where = 0;
+        if (neighbour != nullptr && findStoredTime(neighbour->timeValue(), where)) {
+            keysChangedAround(where, false);
+        }
+    }
+    keysChangedAround(placed, false);
+    invalidateCache(static_cast<int>(std::min(placed, index)));
+    return placed;
+}
+
+bool TparamCurve::restoreKeyOrder()
+{
+    unsigned const count = arrayCount();
+    std::vector<Tkeyframe*> keys(count);
+    bool ordered = true;
+    for (unsigned i = 0; i < count; ++i) {
+        keys[i] = keyframe(i);
+        ordered = ordered && (i == 0 || *keys[i - 1] < *keys[i]);
+    }
+    if (ordered) {
+        return true;
+    }
+    std::stable_sort(keys.begin(), keys.end(),
+                     [](Tkeyframe const* a, Tkeyframe const* b) { return a->seconds() < b->seconds(); });
+    for (unsigned i = 1; i < count; ++i) {
+        if (!(*keys[i - 1] < *keys[i])) {
+            return false;
+        }
+    }
+    replaceKeyArray();
+    for (unsigned i = 0; i < count; ++i) {
+        insertPointerAt(keys[i], i);
+    }
+    invalidateCache();
+    return true;
+}
+
+void TparamCurve::allKeysChanged()
+{
+    unsigned const count = arrayCount();
+    if (count == 0) {
+        return;
+    }
+    recomputeWindow(0, count - 1, kArrayFailure);
+    for (unsigned i = 0; i < count; ++i) {
+        setSpanInterpMethod(i);
+    }
+    invalidateCache();
+}
+
 bool TparamCurve::setKeyTime(Tkeyframe* key, TtimeValue const& time)
 {
     unsigned const index = indexOfKey(key);
@@ -567,6 +649,14 @@ bool TparamCurve::removeOne(unsigned index, Tkeyframe const* recordAs, Tkeyframe
                recorder != nullptr && !fCurveFlags.isSet(kNoRemovalDeltasBit)) {
         if (recordAs != nullptr) {
             *key = *recordAs;
+        }
+        // Tangents this change re-derived before the key left go back with
+        // it: its record returns it as the change found it, and a journal
+        // restores only keys that are on the curve.
+        TkeyTangents before;
+        if (fTangentJournal != nullptr && fTangentJournal->take(key, before)) {
+            key->setTanIn(before.fInX, before.fInY);
+            key->setTanOut(before.fOutX, before.fOutY);
         }
         Tdelta* removal = recorder->keyRemoved(*this, key);
         removal != nullptr ? static_cast<void>(addDelta(removal, false)) : deleteUnrecorded(key);

@@ -5,6 +5,7 @@
 #include "keelanim/curve/paramCurve.h"
 
 #include "curve/detail/editKit.h"
+#include "editing/pickedKeys.h"
 #include "editing/tangentMasks.h"
 #include "keelanim/base/angle.h"
 #include "keelanim/curve/curveMessages.h"
@@ -17,24 +18,6 @@ using namespace keel_tangents;
 
 // Every tangent drag of a key, locked or not, falls under this mask.
 constexpr unsigned kAnyDragMask = kDragInMask | kDragInLockedMask | kDragOutMask | kDragOutLockedMask;
-
-// Calls `visit(key, index, pick)` for every active pick of `picks` whose key
-// is one of `curve`'s keys now, in ascending time.
-template <class Visit> void forEachPickedKey(TparamCurve& curve, TpickKeyDictionary const& picks, Visit&& visit)
-{
-    for (TpickKeyDictionaryNode* node = picks.first(); node != nullptr; node = node->next()) {
-        TpickKey const& pick = node->pick();
-        TkeyframeHandle const* handle = pick.handle();
-        if (pick.isInactive() || handle == nullptr || handle->paramCurve() != &curve) {
-            continue;
-        }
-        Tkeyframe* key = handle->keyframe();
-        unsigned const index = key != nullptr ? curve.indexOfKey(key) : kArrayFailure;
-        if (index != kArrayFailure) {
-            visit(*key, index, pick);
-        }
-    }
-}
 
 // One bracket for the whole dictionary; every picked key is told, unlike the
 // single-key setters, which tell only referenced curves' clients.

@@ -17,7 +17,6 @@ namespace {
 
 constexpr unsigned long kKeyBlockSize = 64;
 constexpr unsigned long kKeysPerPage = 1024;
-constexpr std::uint64_t kSlotBitsMask = 0xFull;  // selection and hidden bits
 
 static_assert(sizeof(Tkeyframe) == kKeyBlockSize, "keys fill one arena block exactly");
 

@@ -92,6 +92,23 @@ public:
         return record;
     }
     Tdelta* curveSnapshot(TparamCurve& curve) override { return new TPCDcurveDelta(&curve); }
+    Tdelta* keyMoved(TparamCurve& curve, Tkeyframe* key, unsigned previousIndex, TtimeValue const& previousTime,
+                     double previousValue, double previousSecond, TparamCurveEnums::TmoveOption option) override
+    {
+        TkeyframeHandle handle(&curve, key, false);
+        return new TPCDdragKey(&handle, previousIndex, previousTime, previousValue, previousSecond,
+                               curve.timeValue(key), key->value(), key->quatComponent(), option, &curve);
+    }
+    Tdelta* regionScaled(TparamCurve& curve, TtimeValue const& start, TtimeValue const& end,
+                         TtimeValue const& newStart, TtimeValue const& newEnd, TtimeValue const& pivot,
+                         std::vector<TkeyRewrite>&& keys) override
+    {
+        auto* record = new TPCDscaleKey(&curve, start, end, newStart, newEnd, pivot);
+        for (TkeyRewrite const& rewrite : keys) {
+            record->keepKey(rewrite.fKey, rewrite.fBefore, rewrite.fAfter);
+        }
+        return record;
+    }
 
     unsigned recordCount(Tdelta const* pending) const override
     {

@@ -159,6 +159,7 @@ bool TparamCurveDeltaComp::merge(TparamCurveDelta* delta)
             continue;
         }
         drag->setPrevious(earlier->previousTime(), earlier->previousValue(), earlier->previousW());
+        drag->takeRederivedTangents(*earlier);
         fChildren.removeAt(i, 1);
         delete earlier;
         fChildren.addLast(drag);

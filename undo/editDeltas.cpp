@@ -6,6 +6,7 @@
 #include "undo/recordReplay.h"
 
 #include <cmath>
+#include <unordered_set>
 
 KEEL_DEFINE_METACLASS(TPCDdragKey, &TparamCurveDeltaTmeta);
 KEEL_DEFINE_METACLASS(TPCDdragTan, &TparamCurveDeltaTmeta);
@@ -60,14 +61,40 @@ TPCDdragKey::~TPCDdragKey()
     delete fHandle;
 }
 
+bool TPCDdragKey::replay(bool undoing)
+{
+    if (inert() || fHandle == nullptr) {
+        return false;
+    }
+    TrecordReplay replaying(*this, undoing);
+    if (!replaying.open()) {
+        return false;
+    }
+    bool const done = undoing
+                          ? fParamCurve->moveForDeltaUndoRedo(fHandle, fPreviousTime, fPreviousValue, fPreviousW, fOption)
+                          : fParamCurve->moveForDeltaUndoRedo(fHandle, fCurrentTime, fCurrentValue, fCurrentW, fOption);
+    return replaying.finish(done);
+}
+
 bool TPCDdragKey::undo()
 {
-    return false;
+    return replay(true);
 }
 
 bool TPCDdragKey::redo()
 {
-    return false;
+    return replay(false);
+}
+
+int TPCDdragKey::modifyTangent()
+{
+    if (fOption != 0) {
+        return fOption;
+    }
+    if (!inert() && fHandle != nullptr && fHandle->index() >= 0) {
+        fParamCurve->modifyTangents(static_cast<unsigned>(fHandle->index()));
+    }
+    return 0;
 }
 
 void TPCDdragKey::setPrevious(TtimeValue const& time, double value, double w)
@@ -244,14 +271,56 @@ void TPCDdragSegment::retrieveIndicesFromCache()
     fCurrentIndices.copy(fPreviousIndices);
 }
 
+namespace {
+
+// A time in the form the curve keeps: exact ticks on an animTime curve.
+TtimeValue inCurveForm(TparamCurve const& curve, TtimeValue const& time)
+{
+    if (curve.isAnimTimeCurve()) {
+        return time.isTicks() ? time : TtimeValue(time.asAnimTime());
+    }
+    return time.isTicks() ? TtimeValue(static_cast<float>(time.seconds())) : time;
+}
+
+}  // namespace
+
+bool TPCDdragSegment::shift(bool undoing)
+{
+    if (inert()) {
+        return false;
+    }
+    TrecordReplay replaying(*this, undoing);
+    if (!replaying.open()) {
+        return false;
+    }
+    retrieveIndicesFromCurve();
+    TparamCurve& curve = *fParamCurve;
+    TtimeValue const change = inCurveForm(curve, fTimeChange);
+    double const valueChange = undoing ? -fValueChange : fValueChange;
+    TtimeValueArray newTimes;
+    TtimeValueArray oldTimes;
+    TdoubleArray newValues;
+    TdoubleArray oldValues;
+    for (TkeyframeHandle const* handle : fHandles) {
+        TtimeValue const now = handle != nullptr ? handle->timeValue() : TtimeValue();
+        newTimes.addLast(inCurveForm(curve, undoing ? now - change : now + change));
+        newValues.addLast((handle != nullptr ? handle->value() : 0.0) + valueChange);
+    }
+    curve.beginMoveKeys(fHandles);
+    bool const done = curve.moveKeys(fHandles, newTimes, oldTimes, newValues, oldValues,
+                                     TparamCurveEnums::kMoveReplaceBracketed, true);
+    curve.endMoveKeys();
+    return replaying.finish(done);
+}
+
 bool TPCDdragSegment::undo()
 {
-    return false;
+    return shift(true);
 }
 
 bool TPCDdragSegment::redo()
 {
-    return false;
+    return shift(false);
 }
 
 // --- TPCDscaleKey, TPCDrotationInterpolation -------------------------------------------------------------------------
@@ -263,14 +332,56 @@ TPCDscaleKey::TPCDscaleKey(TparamCurve* curve, TtimeValue const& start, TtimeVal
 {
 }
 
+unsigned TPCDscaleKey::replayMask() const
+{
+    return TparamCurve::kChangeReplace;
+}
+
+void TPCDscaleKey::keepKey(Tkeyframe* key, Tkeyframe const& before, Tkeyframe const& after)
+{
+    fKeys.push_back(key);
+    fBefore.push_back(before);
+    fAfter.push_back(after);
+}
+
+bool TPCDscaleKey::replay(bool undoing)
+{
+    if (inert()) {
+        return false;
+    }
+    TrecordReplay replaying(*this, undoing);
+    if (!replaying.open()) {
+        return false;
+    }
+    TparamCurve& curve = *fParamCurve;
+    if (fKeys.empty()) {
+        return replaying.finish(undoing ? curve.scaleRegion(fCurrentStart, fCurrentEnd, fStart, fEnd, fPivot)
+                                        : curve.scaleRegion(fStart, fEnd, fCurrentStart, fCurrentEnd, fPivot));
+    }
+    std::unordered_set<Tkeyframe const*> onCurve;
+    for (unsigned i = 0; i < curve.keyframeCountAll(); ++i) {
+        onCurve.insert(curve.keyframe(i));
+    }
+    std::vector<Tkeyframe> const& contents = undoing ? fBefore : fAfter;
+    for (std::size_t i = 0; i < fKeys.size(); ++i) {
+        if (onCurve.count(fKeys[i]) != 0) {
+            *fKeys[i] = contents[i];
+        }
+    }
+    TcurveEditKit::restoreKeyOrder(curve);
+    TcurveEditKit::allKeysChanged(curve);
+    curve.notifyClientsOfChange(curve.keyframe(0), TparamCurveModifiedMsg::kKeyChanged);
+    return replaying.finish(true);
+}
+
 bool TPCDscaleKey::undo()
 {
-    return false;
+    return replay(true);
 }
 
 bool TPCDscaleKey::redo()
 {
-    return false;
+    return replay(false);
 }
 
 TPCDrotationInterpolation::TPCDrotationInterpolation(TparamCurve* curve, int previous, int current)

@@ -46,6 +46,14 @@ void TparamCurveDelta::attachRederivedTangents(TtangentJournal* tangents)
     delete tangents;
 }
 
+void TparamCurveDelta::takeRederivedTangents(TparamCurveDelta& earlier)
+{
+    TtangentJournal* mine = fRederived;
+    fRederived = earlier.fRederived;
+    earlier.fRederived = nullptr;
+    attachRederivedTangents(mine);
+}
+
 unsigned TparamCurveDelta::replayMask() const
 {
     return TparamCurve::kChangeAll;

@@ -33,8 +33,23 @@ private:
     bool fModified = false;
 };
 
+// What an edit that spans several calls keeps on its curve (a move's keys,
+// the breakdown cache). The editing subsystem derives from it; the curve
+// owns it and deletes it with itself, or when its keys are replaced.
+class TcurveEditSession {
+public:
+    TcurveEditSession() = default;
+    TcurveEditSession(TcurveEditSession const&) = delete;
+    TcurveEditSession& operator=(TcurveEditSession const&) = delete;
+    virtual ~TcurveEditSession() = default;
+};
+
 class TcurveEditKit {
 public:
+    // The curve's session slot (null when none); the curve owns what it
+    // holds.
+    static TcurveEditSession*& session(TparamCurve& curve) { return curve.fEditSession; }
+    static TcurveEditSession* session(TparamCurve const& curve) { return curve.fEditSession; }
     // The recorder an edit of `curve` reports to: the installed one while the
     // curve is in a modification, else null (nothing is to be recorded).
     static TcurveEditRecorder* recorder(TparamCurve const& curve)
@@ -51,5 +66,22 @@ public:
     static void keysChangedAround(TparamCurve& curve, unsigned index, bool keepTangentsAtIndex)
     {
         curve.keysChangedAround(index, keepTangentsAtIndex);
+    }
+    // Moves key `index` to a host time in order (see TparamCurve::retimeKey):
+    // the new index, or kArrayFailure when a key lies there already.
+    static unsigned retimeKey(TparamCurve& curve, unsigned index, TtimeValue const& time)
+    {
+        return curve.retimeKey(index, time);
+    }
+    // The key array back in time order after times were written in place;
+    // false when two keys share a time.
+    static bool restoreKeyOrder(TparamCurve& curve) { return curve.restoreKeyOrder(); }
+    // Tangents, span methods and caches of every key renewed.
+    static void allKeysChanged(TparamCurve& curve) { curve.allKeysChanged(); }
+    // A host time in the form the keys store it.
+    static TtimeValue storedTime(TparamCurve const& curve, TtimeValue const& time) { return curve.storedTime(time); }
+    static bool acceptsTimeForm(TparamCurve const& curve, TtimeValue const& time)
+    {
+        return curve.acceptsTimeForm(time);
     }
 };

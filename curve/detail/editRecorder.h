@@ -1,5 +1,6 @@
 #pragma once
 
+#include "keelanim/base/animTime.h"
 #include "keelanim/curve/paramCurveEnums.h"
 #include "keelanim/keys/keyframe.h"
 
@@ -59,11 +60,32 @@ public:
             note(entry.fKey, entry.fBefore, entry.fAfter);
         }
     }
+    // Takes a key out of the journal, answering its first "before" (false
+    // when the key is not in it).
+    bool take(Tkeyframe const* key, TkeyTangents& before)
+    {
+        for (auto entry = fEntries.begin(); entry != fEntries.end(); ++entry) {
+            if (entry->fKey == key) {
+                before = entry->fBefore;
+                fEntries.erase(entry);
+                return true;
+            }
+        }
+        return false;
+    }
     bool empty() const { return fEntries.empty(); }
     std::vector<Tentry> const& entries() const { return fEntries; }
 
 private:
     std::vector<Tentry> fEntries;
+};
+
+// A key rewritten in place by an edit (its time, tangents or types), as it
+// was before the edit and as the edit left it.
+struct TkeyRewrite {
+    Tkeyframe* fKey;
+    Tkeyframe fBefore;
+    Tkeyframe fAfter;
 };
 
 class TcurveEditRecorder {
@@ -103,6 +125,15 @@ public:
                                    Tkeyframe const& after) = 0;
     // Every key of the curve as it is now.
     virtual Tdelta* curveSnapshot(TparamCurve& curve) = 0;
+    // `key` moved from (previousIndex, previousTime, previousValue,
+    // previousSecond) to where it is now.
+    virtual Tdelta* keyMoved(TparamCurve& curve, Tkeyframe* key, unsigned previousIndex, TtimeValue const& previousTime,
+                             double previousValue, double previousSecond, TparamCurveEnums::TmoveOption option) = 0;
+    // The keys of [start, end] were mapped onto [newStart, newEnd] about
+    // `pivot`; `keys` are every key the edit rewrote (taken).
+    virtual Tdelta* regionScaled(TparamCurve& curve, TtimeValue const& start, TtimeValue const& end,
+                                 TtimeValue const& newStart, TtimeValue const& newEnd, TtimeValue const& pivot,
+                                 std::vector<TkeyRewrite>&& keys) = 0;
 
     // --- Collection ------------------------------------------------------------
     // How many records a modification's pending record holds (0 for null).

@@ -37,6 +37,7 @@
 #include "keelanim/editing/keyframeAccountant.h"
 #include "keelanim/editing/keyframeGroup.h"
 #include "keelanim/editing/keyframeHandle.h"
+#include "keelanim/editing/moveKeyData.h"
 #include "keelanim/editing/paramCurveRange.h"
 #include "keelanim/editing/pickKey.h"
 #include "keelanim/editing/pickKeyDictionary.h"

@@ -108,4 +108,15 @@ inline std::string curveState(TparamCurve const& curve)
     return out.str();
 }
 
+// Whether the curve's keys are strictly in time order.
+inline bool keysInOrder(TparamCurve const& curve)
+{
+    for (unsigned i = 1; i < curve.keyframeCountAll(); ++i) {
+        if (!(*curve.keyframe(i - 1) < *curve.keyframe(i))) {
+            return false;
+        }
+    }
+    return true;
+}
+
 }  // namespace keeltest

@@ -22,7 +22,8 @@ bool holdsOnlyNamedRecords(TparamCurveDeltaComp const& step)
 {
     static Tmetaclass* const named[] = {TPCDaddRemoveKeyTmeta, TPCDinsertKeyTmeta, TPCDblockAddRemoveKeyTmeta,
                                         TPCDinfinityTypeTmeta, TPCDbreakdownTmeta, TPCDweightedTangentsTmeta,
-                                        TPCDcurveDeltaTmeta,   TPCDdragTanTmeta};
+                                        TPCDcurveDeltaTmeta,   TPCDdragTanTmeta,      TPCDdragKeyTmeta,
+                                        TPCDscaleKeyTmeta};
     for (unsigned i = 0; i < step.length(); ++i) {
         if (std::find(std::begin(named), std::end(named), step.delta(i)->typeof()) == std::end(named)) {
             return false;
@@ -63,11 +64,123 @@ public:
         return fRandom() % 8 == 0 ? 0.0f : component(fRandom);
     }
 
+    // A time on the curve's frame grid, or a random real time.
+    TtimeValue anyTime(TparamCurve const& curve, float from, float to)
+    {
+        std::uniform_real_distribution<float> time(from, to);
+        float const t = fRandom() % 4 == 0 ? time(fRandom) : float(int(time(fRandom) * 24.0f)) / 24.0f;
+        return curve.isFloatCurve() ? TtimeValue(t) : TtimeValue(TanimTime(t, kSeconds));
+    }
+
+    TparamCurveEnums::TmoveOption anyOption()
+    {
+        static int const options[] = {0, 1, 2, 3, 5};
+        return TparamCurveEnums::TmoveOption(options[fRandom() % std::size(options)]);
+    }
+
+    // Handles to a random run of keys, in time order (the caller owns them).
+    TkeyframeHandlePtrArray anyRun(TparamCurve& curve)
+    {
+        TkeyframeHandlePtrArray handles;
+        unsigned const n = curve.keyframeCount();
+        if (n == 0) {
+            return handles;
+        }
+        unsigned const first = unsigned(fRandom() % n);
+        unsigned const last = std::min(n - 1, first + unsigned(fRandom() % 4));
+        for (unsigned i = first; i <= last; ++i) {
+            if (i == first || i == last || fRandom() % 3 != 0) {
+                handles.addLast(new TkeyframeHandle(&curve, i, false));
+            }
+        }
+        return handles;
+    }
+
+    // A batch move, relative or to absolute times, under any option; a batch
+    // never adds or drops keys unless the option replaces keys.
+    void batchMove(TparamCurve& curve)
+    {
+        TkeyframeHandlePtrArray handles = anyRun(curve);
+        TtimeValueArray newTimes, oldTimes;
+        TdoubleArray newValues, oldValues;
+        bool const relative = fRandom() % 2 == 0;
+        TtimeValue const offset = anyTime(curve, -2.0f, 2.0f);
+        double const valueOffset = double(fRandom() % 5) - 2.0;
+        for (TkeyframeHandle* handle : handles) {
+            newTimes.addLast(relative ? handle->timeValue() + offset : anyTime(curve, -1.0f, 11.0f));
+            newValues.addLast(handle->value() + valueOffset);
+        }
+        TparamCurveEnums::TmoveOption const option = anyOption();
+        unsigned const before = curve.keyframeCountAll();
+        curve.beginMoveKeys(handles);
+        curve.moveKeys(handles, newTimes, oldTimes, newValues, oldValues, option, fRandom() % 2 == 0);
+        curve.endMoveKeys();
+        if (option != TparamCurveEnums::kMoveReplace && option != TparamCurveEnums::kMoveReplaceBracketed) {
+            EXPECT_EQ(curve.keyframeCountAll(), before) << "option " << option;
+        }
+        for (TkeyframeHandle* handle : handles) {
+            delete handle;
+        }
+    }
+
+    void scale(TparamCurve& curve)
+    {
+        static float const scales[] = {2.0f, 0.5f, -1.0f, -0.75f, 1.0f, 3.0f};
+        if (fRandom() % 2 == 0) {
+            TtimeValue const start = anyTime(curve, 0.0f, 10.0f);
+            TtimeValue const end = fRandom() % 5 == 0 ? start : anyTime(curve, 0.0f, 10.0f);
+            TtimeValue const newStart = anyTime(curve, 0.0f, 10.0f);
+            TtimeValue const newEnd =
+                fRandom() % 5 == 0 ? newStart + (curve.isFloatCurve() ? TtimeValue(0.0001f) : TanimTime::fromTicks(1))
+                                   : anyTime(curve, 0.0f, 10.0f);
+            curve.scaleRegion(start, end, newStart, newEnd, anyTime(curve, -1.0f, 11.0f));
+            return;
+        }
+        TkeyframeHandlePtrArray handles = anyRun(curve);
+        curve.scaleTimeAndValue(handles, scales[fRandom() % std::size(scales)], float(fRandom() % 10),
+                                scales[fRandom() % std::size(scales)], double(fRandom() % 3));
+        for (TkeyframeHandle* handle : handles) {
+            delete handle;
+        }
+    }
+
+    // Moves and scales: batches, single keys, values, replacements, swaps.
+    void moveOrScale(TparamCurve& curve, unsigned at)
+    {
+        switch (fRandom() % 6) {
+        case 0: batchMove(curve); break;
+        case 1:
+            curve.moveKeyframe(at, anyTime(curve, -1.0f, 11.0f), double(fRandom() % 7) - 3.0, anyOption(), true);
+            break;
+        case 2: curve.moveKeyframeInValue(at, double(fRandom() % 7) - 3.0, 1.0); break;
+        case 3: {
+            TkeyframeHandlePtrArray handles = anyRun(curve);
+            TtimeValueArray newTimes, replaced;
+            for (unsigned i = 0; i < handles.count(); ++i) {
+                newTimes.addLast(anyTime(curve, 0.0f, 10.0f));
+            }
+            curve.replaceKeys(handles, newTimes, replaced, anyOption());
+            for (TkeyframeHandle* handle : handles) {
+                delete handle;
+            }
+            break;
+        }
+        case 4: curve.swapKeys(at, unsigned(fRandom() % std::max(1u, curve.keyframeCount()))); break;
+        default: scale(curve); break;
+        }
+    }
+
     void edit(TparamCurve& curve)
     {
         unsigned const n = curve.keyframeCount();
         unsigned const at = n > 0 ? unsigned(fRandom() % n) : 0;
-        switch (fRandom() % 14) {
+        switch (fRandom() % 20) {
+        case 14:
+        case 15:
+        case 16:
+        case 17:
+        case 18:
+        case 19: moveOrScale(curve, at); break;
         case 0: curve.add(anyKey(curve)); break;
         case 1: curve.insert(anyKey(curve), false, false); break;
         case 2: curve.insertKey(anyKey(curve), false); break;
@@ -141,6 +254,7 @@ TEST(UndoRoundTrip, TenThousandSequencesUndoAndRedoExactly)
             unsigned const edits = 1 + editor.random()() % 6;
             for (unsigned e = 0; e < edits; ++e) {
                 editor.edit(*curve);
+                ASSERT_TRUE(keeltest::keysInOrder(*curve)) << "sequence " << sequence;
             }
             user.endParamCurveMod(*curve);
         }

@@ -20,9 +20,15 @@ class TcurveEvaluator;
 class TdebugOutput;
 class TkeyframeHandle;
 class TparamCurveMsgDepot;
+class TbreakdownData;
+class TcurveEditSession;
+class TmoveKeyDataPtrList;
 class TpickKeyDictionary;
+class TpickKeyList;
+class TquaternionArray;
 class TtangentJournal;
 using TkeyframeHandlePtrArray = TtypedArray<TkeyframeHandle*>;
+using TuInt32Array = TtypedArray<std::uint32_t>;
 
 // TparamCurve: an animation curve, the owner of its keys.
 //
@@ -355,6 +361,127 @@ public:
     bool adjustTangents(TpickKeyDictionary const& picks, Tangle const& angle, float xScale, float yScale);
     bool adjustTangents(TpickKeyDictionary const& picks, float weight, float xScale, float yScale);
 
+    // --- Moving keys (editing/keyMoving.cpp, editing/breakdownCache.cpp) ---
+    // A move runs between beginMoveKeys, which notes the keys that take part
+    // (and the breakdown keys that follow them), and endMoveKeys. Times are
+    // host times in the curve's form (seconds on a float curve, ticks on an
+    // animTime curve); a time of the other form leaves a key where it is.
+    // Each placed key is recorded for undo (TPCDdragKey) in a modification
+    // and announced to the curve's clients by a TkeyframeMovedMsg.
+    //
+    // Starts a move of these keys (null handles and repeats are skipped);
+    // nothing when the input is empty or any of kChangeAll is locked.
+    void beginMoveKeys(TkeyframeHandlePtrArray const& handles);
+    void beginMoveKeys(TpickKeyDictionary const& picks);
+    // Ends the move and forgets its breakdown records.
+    void endMoveKeys();
+    // The batch: key handles[i] goes to newTimes[i] (a time of the other
+    // form keeps the key's time) and newValues[i] (when that array is as
+    // long as handles; else the value stays). Keys moving later are placed
+    // latest first, keys moving earlier earliest first, so the batch never
+    // collides with itself; a key that would land on an unmoved key stays,
+    // unless the option replaces such keys (2 and 3). With
+    // `followBreakdowns`, breakdown keys keep their proportion between the
+    // moved keys. oldTimes and oldValues receive the keys' former times and
+    // values in the order of handles. False when there is no move, no key,
+    // no handle, or a refused bracket (kChangeBatchMove).
+    bool moveKeys(TkeyframeHandlePtrArray& handles, TtimeValueArray& newTimes, TtimeValueArray& oldTimes,
+                  TdoubleArray& newValues, TdoubleArray& oldValues, TparamCurveEnums::TmoveOption option,
+                  bool followBreakdowns);
+    // Moves key `index` to (time, value); `record` makes the undo record
+    // in a modification. Locked time or value stay as they are.
+    bool moveKeyframe(unsigned index, TtimeValue time, double value, TparamCurveEnums::TmoveOption option,
+                      bool record);
+    // The single-key move the others end in: `second` is the key's
+    // auxiliary component (rotation keys; ignored on other curves). False
+    // for a bad index, a time of the other form, NaN or infinite input, a
+    // key already at the target (unless options 2 and 3 replace it), or when
+    // nothing would change.
+    bool moveKeyframeHelper(Tkeyframe* key, unsigned index, TtimeValue const& time, double value, double second,
+                            TparamCurveEnums::TmoveOption option, bool record);
+    // Moves key `index` in value only (and `second`, as above).
+    bool moveKeyframeInValue(unsigned index, double value, double second);
+    // The move an undo record replays: no locks, no replacement, no record.
+    // `value` is in the curve's normalised space (see TPCDdragKey).
+    bool moveForDeltaUndoRedo(TkeyframeHandle* key, TtimeValue const& time, double value, double second,
+                              TparamCurveEnums::TmoveOption option);
+    // With option 2 only: removes each unmoved key that lies at the target
+    // of a moved key whose time changes, listing its time in `replaced`
+    // (emptied first). False for another option, mismatched lengths, an
+    // empty curve or input, a lock in kChangeReplace or a refused bracket.
+    bool replaceKeys(TkeyframeHandlePtrArray& handles, TtimeValueArray& newTimes, TtimeValueArray& replaced,
+                     TparamCurveEnums::TmoveOption option);
+    // Exchanges keys a and b in the key array: each takes the other's time,
+    // so the order holds. Recorded like a scale of the two keys.
+    bool swapKeys(unsigned a, unsigned b);
+    // Exchanges a key's in and out sides, as reversing time around it asks:
+    // the types change places, and fixed tangents exchange their vectors
+    // with the value component negated. False when nothing changed.
+    bool switchInOutTangents(TkeyframeHandle* key);
+    // Whether a move of these keys by (time, value), relative or to an
+    // absolute (time, value) of the first key, is allowed under the locks
+    // and the option. The handles are taken to be in time order.
+    bool canMove(TkeyframeHandlePtrArray& handles, TtimeValue const& time, double value, bool relative,
+                 TparamCurveEnums::TmoveOption option);
+    bool canMove(TpickKeyDictionary const& picks, TtimeValue const& time, double value, bool relative,
+                 TparamCurveEnums::TmoveOption option, bool liveOnly);
+    // Records, in a modification, the moves of keys the host placed itself:
+    // key handles[i] came from index indices[i], time times[i] and value
+    // values[i]. The quaternions of rotation keys are not read (pass null).
+    // False outside a modification or for mismatched lengths.
+    bool generateDeltasForMove(TkeyframeHandlePtrArray& handles, TuInt32Array& indices, TtimeValueArray& times,
+                               TdoubleArray& values, TquaternionArray const* quaternions,
+                               TparamCurveEnums::TmoveOption option);
+    // The move in progress (null outside one).
+    TmoveKeyDataPtrList* moveKeyList() const;
+    // The breakdown cache: one record per breakdown key whose proportion a
+    // move or a scale keeps. Records belong to the cache.
+    TbreakdownData* findBreakdownData(unsigned index) const;
+    // A record for the key at `index` when it is a breakdown (caller owns
+    // it), else null.
+    TbreakdownData* getBreakdownData(unsigned index) const;
+    TbreakdownData* addBreakdownData(TkeyframeHandle const* key);
+    void getAffectedBreakdowns(TkeyframeHandlePtrArray const& handles);
+    void getAffectedBreakdowns(TpickKeyDictionary const& picks);
+    // Sets each following breakdown record's target to its desired time.
+    void adjustBreakdownData(TmoveKeyDataPtrList& list);
+    // Re-times every cached breakdown key to its desired time.
+    void applyBreakdownCache();
+    void flushBreakdownCache();
+
+    // --- Scaling keys (editing/keyScaling.cpp) -----------------------------
+    // Scales map an old time range linearly onto a new one (keys before and
+    // after shift to keep clear of it) and values about a value pivot. A
+    // scale that would bring two keys onto one time is refused whole. A
+    // negative scale reverses the keys and exchanges their in and out sides.
+    // In a modification a scale is recorded as a TPCDscaleKey that puts
+    // every key back exactly.
+    void beginScaleKeys(unsigned first, unsigned last);
+    void endScaleKeys();
+    // Answers true: the check refuses nothing.
+    bool canScale(TkeyframeHandlePtrArray& handles, float timeScale, TtimeValue const& pivot);
+    // Scales the keys from the first handle's to the last handle's (both
+    // must be keys of this curve); time about timePivot (seconds), value
+    // about valuePivot. Scales of 1 change nothing and answer true; NaN,
+    // infinite or zero scales answer false.
+    bool scaleTimeAndValue(TkeyframeHandlePtrArray& handles, float timeScale, float timePivot, float valueScale,
+                           double valuePivot);
+    bool scaleTimeAndValue(TpickKeyList const& picks, float timeScale, TtimeValue const& timePivot, float valueScale,
+                           double valuePivot, bool liveOnly, bool followBreakdowns);
+    // Maps the keys of [oldStart, oldEnd] onto [newStart, newEnd]; keys
+    // before shift by min(newStart, newEnd) - oldStart and keys after by
+    // max(newStart, newEnd) - oldEnd, except on the side where `reference`
+    // lies beyond all four bounds. A range of one tick or less is a pure
+    // shift. False when a bracket is refused or keys would meet.
+    bool scaleRegion(TtimeValue const& oldStart, TtimeValue const& oldEnd, TtimeValue const& newStart,
+                     TtimeValue const& newEnd, TtimeValue const& reference);
+    // The same for the picked keys only: the others stay.
+    bool scaleRegion(TpickKeyList const& picks, TtimeValue const& oldStart, TtimeValue const& oldEnd,
+                     TtimeValue const& newStart, TtimeValue const& newEnd, TtimeValue const& reference, bool liveOnly);
+    // Scales a key's tangents in time / in value (no bracket, no record).
+    bool scaleTangentX(Tkeyframe* key, float factor, bool scaleIn, bool scaleOut);
+    bool scaleTangentY(Tkeyframe* key, float factor);
+
     // --- Span segments (curve/paramCurveEval.cpp) -------------------------
     // The held segment, made to the kind the span that starts at `key`
     // wants (null for kinds without a segment).
@@ -573,6 +700,16 @@ private:
     // the interpolation methods of the spans that touch the key; the
     // tangents that depend on neighbours are rebuilt here.
     void keysChangedAround(unsigned index, bool keepTangentsAtIndex);
+    // Moves key `index` to a host time, keeping the array in order: the
+    // key's new index, or kArrayFailure (nothing changed) when another key
+    // lies at that time. No bracket, no message.
+    unsigned retimeKey(unsigned index, TtimeValue const& time);
+    // Puts the key array back in time order after times were written in
+    // place; false (nothing reordered) when two keys share a time.
+    bool restoreKeyOrder();
+    // Every key changed: tangents that follow neighbours, span methods and
+    // evaluation caches are renewed.
+    void allKeysChanged();
     bool splitSpanAt(TtimeValue const& time, Tkeyframe& made, float neighbourTangents[4], bool& reshapes);
     // Seconds as the host sees them, without the detour through TtimeValue
     // for float curves.
@@ -607,6 +744,9 @@ private:
     unsigned fSilentKeyDrops = 0;
     unsigned fUnrecordedDeletions = 0;
     T2dAnimCurve* fTangentSegment = nullptr;
+    // What an edit in progress keeps between calls (a move's keys, the
+    // breakdown cache); owned, made by the editing subsystem on demand.
+    TcurveEditSession* fEditSession = nullptr;
     // What evaluation remembers between calls lives in a private evaluator,
     // built in place here so that evaluation reaches it without a pointer
     // hop; its size is checked where it is defined.

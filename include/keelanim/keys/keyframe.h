@@ -71,6 +71,10 @@ public:
     // updateGlobalTangentTypes and leaves the key unlocked, with tangents and
     // weights locked and interpolation method 0. NaN arguments are refused
     // as by the setters, leaving the defaults in place.
+    // The selection and hidden bits: they belong to the key's slot and never
+    // travel with a copy.
+    static constexpr std::uint64_t kSlotBitsMask = 0xFull;
+
     Tkeyframe();
     Tkeyframe(float seconds, double value, TtangentType in, TtangentType out);
     Tkeyframe(TanimTime time, double value, TtangentType in, TtangentType out);

@@ -68,6 +68,9 @@ public:
     // merges them, the earlier "before" winning.
     TtangentJournal const* rederivedTangents() const { return fRederived; }
     void attachRederivedTangents(TtangentJournal* tangents);
+    // Takes the tangents of an earlier record of the same continuing edit
+    // (a merged drag): its "before" wins, this record's "after" wins.
+    void takeRederivedTangents(TparamCurveDelta& earlier);
 
 protected:
     TparamCurve* fParamCurve;

@@ -8,6 +8,8 @@
 #include "keelanim/keys/keyframe.h"
 #include "keelanim/undo/curveDelta.h"
 
+#include <vector>
+
 // Undo records of the editing layer's changes: keys moved and dragged,
 // tangents dragged, regions scaled, rotation interpolation changed.
 
@@ -30,10 +32,15 @@ public:
     TPCDdragKey(TPCDdragKey const& other);
     ~TPCDdragKey() override;
 
-    // Moving keys is not part of the engine yet: these replay nothing.
+    // Move the key to the previous / current state
+    // (TparamCurve::moveForDeltaUndoRedo); false when the key is not on the
+    // curve or the curve refuses.
     bool undo() override;
     bool redo() override;
     ZFn::Type apiType() const override { return ZFn::kKeyframeDeltaMove; }
+    // The move option when it is non-zero; otherwise recomputes the tangents
+    // around the key and answers 0.
+    int modifyTangent();
 
     TtimeValue previousTime() const { return fPreviousTime; }
     TtimeValue currentTime() const { return fCurrentTime; }
@@ -49,6 +56,8 @@ public:
     void setCurrent(TtimeValue const& time, double value, double w);
 
 private:
+    bool replay(bool undoing);
+
     TtimeValue fPreviousTime;
     TtimeValue fCurrentTime;
     double fPreviousValue = 0.0;
@@ -136,7 +145,10 @@ public:
                     TparamCurveEnums::TmoveOption option, TparamCurve* curve);
     ~TPCDdragSegment() override;
 
-    // Moving keys is not part of the engine yet: these replay nothing.
+    // Move the recorded keys back by the negated change / again by the
+    // change, as one batch under option 3 whatever option was recorded.
+    // Times are shifted in the curve's own form, values by subtraction: a
+    // record the engine makes for its own moves is a TPCDdragKey, exact.
     bool undo() override;
     bool redo() override;
 
@@ -150,6 +162,8 @@ public:
     void retrieveIndicesFromCache();
 
 private:
+    bool shift(bool undoing);
+
     TkeyframeHandlePtrArray fHandles;  // owned handles
     TuInt32Array fPreviousIndices;
     TuInt32Array fCurrentIndices;
@@ -158,7 +172,13 @@ private:
     TparamCurveEnums::TmoveOption fOption;
 };
 
-// A region scaled in time.
+// A region scaled in time: [start, end] mapped onto [current start,
+// current end] about the pivot.
+//
+// The engine's own scales also keep every key they rewrote, as it was and
+// is (keepKeys): replay then puts those keys back exactly, including what
+// rounding and reversal did to times and tangents. A record without them (a
+// host's) replays TparamCurve::scaleRegion backwards / forwards.
 class KEEL_API TPCDscaleKey : public TparamCurveDelta {
     KEEL_TYPED(TPCDscaleKey)
 
@@ -167,10 +187,13 @@ public:
                  TtimeValue const& currentEnd, TtimeValue const& pivot);
     TPCDscaleKey(TPCDscaleKey const& other) = default;
 
-    // Scaling regions is not part of the engine yet: these replay nothing.
     bool undo() override;
     bool redo() override;
     ZFn::Type apiType() const override { return ZFn::kKeyframeDeltaScale; }
+    unsigned replayMask() const override;
+    // Keeps `key` (a key of the curve, by address) as it was and is.
+    void keepKey(Tkeyframe* key, Tkeyframe const& before, Tkeyframe const& after);
+    unsigned keptKeyCount() const { return static_cast<unsigned>(fKeys.size()); }
 
     TtimeValue startTime() const { return fStart; }
     TtimeValue endTime() const { return fEnd; }
@@ -179,7 +202,12 @@ public:
     TtimeValue pivotTime() const { return fPivot; }
 
 private:
+    bool replay(bool undoing);
+
     TtimeValue fStart, fEnd, fCurrentStart, fCurrentEnd, fPivot;
+    std::vector<Tkeyframe*> fKeys;
+    std::vector<Tkeyframe> fBefore;
+    std::vector<Tkeyframe> fAfter;
 };
 
 // The rotation interpolation of a curve changed.
