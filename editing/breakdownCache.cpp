@@ -101,11 +101,22 @@ void TparamCurve::getAffectedBreakdowns(TpickKeyDictionary const& picks)
     });
 }
 
+// A following breakdown goes where its neighbours are about to be: at the
+// targets of neighbours that move, at the times of those that stay.
 void TparamCurve::adjustBreakdownData(TmoveKeyDataPtrList& list)
 {
+    auto destination = [&list](TkeyframeHandle const* neighbour) {
+        if (neighbour == nullptr) {
+            return 0.0;
+        }
+        TmoveKeyData const* moving = list.findKey(neighbour->keyframe());
+        return moving != nullptr && moving->fMoved ? moving->fTarget.seconds() : neighbour->seconds();
+    };
     for (TmoveKeyData* record : list) {
-        if (record->fValid && !record->fMoved && record->fBreakdown != nullptr) {
-            record->fTarget = record->fBreakdown->getDesiredTime(this);
+        TbreakdownData const* breakdown = record->fBreakdown;
+        if (record->fValid && !record->fMoved && breakdown != nullptr) {
+            record->fTarget = breakdown->desiredTimeBetween(this, destination(breakdown->previous()),
+                                                            destination(breakdown->next()));
         }
     }
 }

@@ -58,19 +58,26 @@ TbreakdownData::~TbreakdownData() = default;
 
 TtimeValue TbreakdownData::getDesiredTime(TparamCurve const* curve) const
 {
+    return desiredTimeBetween(curve, fPrevious != nullptr ? fPrevious->seconds() : 0.0,
+                              fNext != nullptr ? fNext->seconds() : 0.0);
+}
+
+TtimeValue TbreakdownData::desiredTimeBetween(TparamCurve const* curve, double previousSeconds,
+                                              double nextSeconds) const
+{
     if (curve == nullptr || fKey == nullptr || fKey->keyframe() == nullptr) {
         return TtimeValue(0.0f);
     }
     // Single precision, as the proportion itself is kept.
-    float seconds = static_cast<float>(fKey->seconds());
+    auto seconds = static_cast<float>(fKey->seconds());
+    auto const previous = static_cast<float>(previousSeconds);
+    auto const next = static_cast<float>(nextSeconds);
     if (fPrevious != nullptr && fNext != nullptr) {
-        auto const previous = static_cast<float>(fPrevious->seconds());
-        auto const next = static_cast<float>(fNext->seconds());
         seconds = previous + fRatio * (next - previous);
     } else if (fPrevious != nullptr) {
-        seconds = static_cast<float>(fPrevious->seconds()) + fRatio;
+        seconds = previous + fRatio;
     } else if (fNext != nullptr) {
-        seconds = static_cast<float>(fNext->seconds()) + fRatio;
+        seconds = next + fRatio;
     }
     return timeInCurveForm(curve, seconds);
 }

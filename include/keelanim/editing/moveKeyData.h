@@ -44,6 +44,9 @@ public:
     // now: a real time on a float curve, a tick time on a tick curve. Zero
     // seconds without a curve or a key.
     TtimeValue getDesiredTime(TparamCurve const* curve) const;
+    // The same with the neighbours at the given times (seconds), where a
+    // move is about to put them; a missing neighbour's time is not read.
+    TtimeValue desiredTimeBetween(TparamCurve const* curve, double previousSeconds, double nextSeconds) const;
 
 private:
     std::unique_ptr<TkeyframeHandle> fKey;
