@@ -39,6 +39,7 @@ void TclientServer::announceDeletion()
             r.fClient->detach(this);
         }
     }
+    forgetAnswers();
     if (fDeliveryDepth > 0) {
         for (Registration& r : fRegistrations) {
             r.fClient = nullptr;
@@ -65,6 +66,7 @@ bool TclientServer::addClient(Tclient* client, Tmetaclass* filter, TclientCallba
         }
     }
     fRegistrations.push_back({client, filter, callback});
+    forgetAnswers();
     client->attach(this);
     addClientHook(client, filter);
     return true;
@@ -86,6 +88,7 @@ bool TclientServer::addClient(Tclient* client, Tmetaclass* filter1, TclientCallb
 
 void TclientServer::dropRegistration(std::size_t index)
 {
+    forgetAnswers();
     if (fDeliveryDepth > 0) {
         // A delivery loop is walking the vector: leave a vacancy, compact later.
         fRegistrations[index].fClient = nullptr;
@@ -162,8 +165,17 @@ bool TclientServer::hasClient(Tclient const* client) const
 
 bool TclientServer::hasMessage(Tmetaclass* type) const
 {
-    return std::any_of(fRegistrations.begin(), fRegistrations.end(),
-                       [type](Registration const& r) { return r.fClient != nullptr && isTypeOf(type, r.fFilter); });
+    unsigned const remembered = std::min(fAnswerCount, kRememberedAnswers);
+    for (unsigned i = 0; i < remembered; ++i) {
+        if (fAnswers[i].first == type) {
+            return fAnswers[i].second;
+        }
+    }
+    bool const answer = std::any_of(fRegistrations.begin(), fRegistrations.end(), [type](Registration const& r) {
+        return r.fClient != nullptr && isTypeOf(type, r.fFilter);
+    });
+    fAnswers[fAnswerCount++ % kRememberedAnswers] = {type, answer};
+    return answer;
 }
 
 unsigned TclientServer::clientCount() const

@@ -280,6 +280,53 @@ void editingCases()
     result("undo+redo cost per record, 10,000 vs 1,000 edits") = {perRecord(10000) / small, 0.0, 1.5, false, "x"};
 }
 
+// Moving and scaling, ns per moved key: a batch of every tenth key of a
+// 10,000-key curve moved later (relative, option 0, the move bracket
+// included), and a region of all 10,000 keys stretched and shrunk back in
+// turn. Each is the best of kRepetitions runs.
+void moveCases()
+{
+    constexpr unsigned kKeys = 10000;
+    constexpr unsigned kMoved = 1000;
+    constexpr double kPerKeyTarget = 1000.0;
+    auto curve = keelref::benchCurve(kKeys, keelref::Tkind::kHermite, 11);
+    std::vector<std::unique_ptr<TkeyframeHandle>> owned;
+    TkeyframeHandlePtrArray handles;
+    for (unsigned i = 0; i < kKeys; i += kKeys / kMoved) {
+        owned.push_back(std::make_unique<TkeyframeHandle>(curve.get(), i, true));
+        handles.addLast(owned.back().get());
+    }
+    TtimeValueArray newTimes, oldTimes;
+    TdoubleArray newValues, oldValues;
+    double best = 0.0;
+    for (int run = 0; run < kRepetitions; ++run) {
+        newTimes.changeLogicalSizeTo(0);
+        for (TkeyframeHandle const* handle : handles) {
+            newTimes.addLast(handle->timeValue() + TtimeValue(kFrame / 8.0f));
+        }
+        double const ns = nanosecondsPer(kMoved, [&] {
+            curve->beginMoveKeys(handles);
+            curve->moveKeys(handles, newTimes, oldTimes, newValues, oldValues,
+                            TparamCurveEnums::kMoveBetweenNeighbours, true);
+            curve->endMoveKeys();
+        });
+        best = run == 0 ? ns : std::min(best, ns);
+    }
+    result("batch move of 1,000 of 10,000 keys") = {best, 0.0, kPerKeyTarget, false, "ns/key"};
+
+    TtimeValue const start = curve->timeValue(0u);
+    TtimeValue const end = curve->timeValue(kKeys - 1);
+    TtimeValue const stretched(static_cast<float>(start.seconds() + 2.0 * (end.seconds() - start.seconds())));
+    for (int run = 0; run < kRepetitions; ++run) {
+        double const ns = nanosecondsPer(2 * kKeys, [&] {
+            curve->scaleRegion(start, end, start, stretched, start);
+            curve->scaleRegion(start, stretched, start, end, start);
+        });
+        best = run == 0 ? ns : std::min(best, ns);
+    }
+    result("scale a region of 10,000 keys") = {best, 0.0, kPerKeyTarget, false, "ns/key"};
+}
+
 // Bytes the process holds from the allocator.
 std::size_t heapInUse()
 {
@@ -396,6 +443,7 @@ int main(int argc, char** argv)
     Tresult& memory = result("memory of a 1,000,000-key curve");
     memory = {bytesPerKey(), 0.0, 80.0, false, "bytes/key"};
     editingCases();
+    moveCases();
     Tresult& threads = result("two threads on disjoint curves (speed-up)");
     threads = {threadSpeedUp(), 0.0, 1.8, false, "x"};
 

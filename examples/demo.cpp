@@ -374,6 +374,101 @@ void showSelectionAndTangents()
     printKey("undone:");
 }
 
+// Keys as "time:value" pairs, a line each.
+void printKeyTimes(char const* title, TparamCurve const& curve)
+{
+    std::printf("  %-34s", title);
+    for (unsigned i = 0; i < curve.keyframeCount(); ++i) {
+        std::printf(" %s%.3g:%.3g", curve.breakdown(i) ? "b" : "", curve.timeValue(i).seconds(), curve.value(i));
+    }
+    std::printf("\n");
+}
+
+// An edit in one modification, shown, undone and redone.
+template <class Edit> void editUndoRedo(char const* title, TparamCurve& curve, Edit&& edit)
+{
+    TparamCurveDeltaUser user;
+    user.beginParamCurveMod(curve);
+    bool const done = edit();
+    user.endParamCurveMod(curve);
+    std::printf("  %s: %s, %u undo record(s)\n", title, done ? "done" : "refused", user.step().length());
+    printKeyTimes("edited:", curve);
+    user.undoPC();
+    printKeyTimes("undone:", curve);
+    user.redoPC();
+    printKeyTimes("redone:", curve);
+}
+
+// Three picked keys dragged past a neighbour, a key with a breakdown between
+// its neighbours, and a region scaled about a pivot.
+void showMovingAndScaling()
+{
+    std::printf("\nmoving and scaling keys\n");
+    auto makeCurve = [] {
+        auto curve = std::make_unique<TparamCurve>(true);
+        for (int i = 0; i <= 5; ++i) {
+            curve->add(Tkeyframe(float(i), double(i % 3), kTangentSpline, kTangentSpline));
+        }
+        return curve;
+    };
+    for (auto option : {TparamCurveEnums::kMoveBetweenNeighbours, TparamCurveEnums::TmoveOption(5)}) {
+        auto curve = makeCurve();
+        std::printf(" move keys 1, 2 and 3 by +1.5 s under option %d\n", int(option));
+        printKeyTimes("before:", *curve);
+        TpickKeyDictionary picks;
+        for (unsigned i : {1u, 2u, 3u}) {
+            TpickKey pick;
+            pick.create(curve.get(), i, TbitField32(kPickKeyMask), true, false);
+            picks.insert(curve->timeValue(i), pick);
+        }
+        TtimeValue const offset(1.5f);
+        std::printf("  canMove: %s\n", curve->canMove(picks, offset, 0.0, true, option, true) ? "yes" : "no");
+        if (!curve->canMove(picks, offset, 0.0, true, option, true)) {
+            continue;
+        }
+        editUndoRedo("moved", *curve, [&] {
+            TkeyframeHandlePtrArray handles;
+            TtimeValueArray newTimes, oldTimes;
+            TdoubleArray newValues, oldValues;
+            for (TpickKeyDictionaryNode* node = picks.first(); node != nullptr; node = node->next()) {
+                handles.addLast(node->pick().handle());
+                newTimes.addLast(node->pick().handle()->timeValue() + offset);
+            }
+            curve->beginMoveKeys(picks);
+            bool const moved = curve->moveKeys(handles, newTimes, oldTimes, newValues, oldValues, option, true);
+            curve->endMoveKeys();
+            return moved;
+        });
+    }
+    auto curve = std::make_unique<TparamCurve>(true);
+    for (float t : {0.0f, 1.0f, 2.0f, 4.0f}) {
+        curve->add(Tkeyframe(t, double(t), kTangentSpline, kTangentSpline));
+    }
+    curve->setBreakdown(2, true);
+    std::printf(" move the key at 4 s to 6 s; the breakdown at 2 s keeps its proportion between its neighbours\n");
+    printKeyTimes("before:", *curve);
+    editUndoRedo("moved", *curve, [&] {
+        TkeyframeHandle key(curve.get(), 3u, true);
+        TkeyframeHandlePtrArray handles;
+        handles.addLast(&key);
+        TtimeValueArray newTimes, oldTimes;
+        TdoubleArray newValues, oldValues;
+        newTimes.addLast(TtimeValue(6.0f));
+        curve->beginMoveKeys(handles);
+        bool const moved = curve->moveKeys(handles, newTimes, oldTimes, newValues, oldValues,
+                                           TparamCurveEnums::kMoveBetweenNeighbours, true);
+        curve->endMoveKeys();
+        return moved;
+    });
+    auto region = makeCurve();
+    std::printf(" scale the region [1 s, 3 s] to [1 s, 5 s] about 1 s; later keys keep clear\n");
+    printKeyTimes("before:", *region);
+    editUndoRedo("scaled", *region, [&] {
+        return region->scaleRegion(TtimeValue(1.0f), TtimeValue(3.0f), TtimeValue(1.0f), TtimeValue(5.0f),
+                                   TtimeValue(1.0f));
+    });
+}
+
 }  // namespace
 
 int main()
@@ -386,5 +481,6 @@ int main()
     showUndo();
     showAccountant();
     showSelectionAndTangents();
+    showMovingAndScaling();
     return 0;
 }

@@ -3,6 +3,7 @@
 #include "keelanim/base/export.h"
 #include "keelanim/base/metaclass.h"
 
+#include <utility>
 #include <vector>
 
 // Observer messaging.
@@ -82,7 +83,10 @@ public:
     bool removeClient(Tclient* client, Tmetaclass* filter);
 
     bool hasClient(Tclient const* client) const;
-    // True when a message of `type` would reach at least one client.
+    // True when a message of `type` would reach at least one client. The
+    // answers for the last few types asked are remembered until the
+    // registrations change, so asking before every message costs nothing
+    // however many clients listen.
     bool hasMessage(Tmetaclass* type) const;
     unsigned clientCount() const;
     // True when at least one registration exists (cheap).
@@ -115,9 +119,15 @@ private:
     bool stillListens(Tclient const* client) const;
     void forgetClientSilently(Tclient* client);
 
+    void forgetAnswers() const { fAnswerCount = 0; }
+
     std::vector<Registration> fRegistrations;
     unsigned fDeliveryDepth = 0;
     bool fHasVacancies = false;
+    // hasMessage's remembered answers: (type, answer), the oldest replaced.
+    static constexpr unsigned kRememberedAnswers = 4;
+    mutable std::pair<Tmetaclass*, bool> fAnswers[kRememberedAnswers] = {};
+    mutable unsigned fAnswerCount = 0;
 };
 
 class KEEL_API Tclient {
