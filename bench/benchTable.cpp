@@ -306,8 +306,8 @@ void moveCases()
         }
         double const ns = nanosecondsPer(kMoved, [&] {
             curve->beginMoveKeys(handles);
-            curve->moveKeys(handles, newTimes, oldTimes, newValues, oldValues,
-                            TparamCurveEnums::kMoveBetweenNeighbours, true);
+            curve->moveKeys(handles, newTimes, oldTimes, newValues, oldValues, TparamCurveEnums::kMoveBetweenNeighbours,
+                            true);
             curve->endMoveKeys();
         });
         best = run == 0 ? ns : std::min(best, ns);

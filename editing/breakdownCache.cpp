@@ -115,8 +115,8 @@ void TparamCurve::adjustBreakdownData(TmoveKeyDataPtrList& list)
     for (TmoveKeyData* record : list) {
         TbreakdownData const* breakdown = record->fBreakdown;
         if (record->fValid && !record->fMoved && breakdown != nullptr) {
-            record->fTarget = breakdown->desiredTimeBetween(this, destination(breakdown->previous()),
-                                                            destination(breakdown->next()));
+            record->fTarget =
+                breakdown->desiredTimeBetween(this, destination(breakdown->previous()), destination(breakdown->next()));
         }
     }
 }

@@ -136,8 +136,7 @@ TmoveKeyDataPtrList* TparamCurve::moveKeyList() const
 // --- The batch -----------------------------------------------------------------------------
 
 bool TparamCurve::moveKeys(TkeyframeHandlePtrArray& handles, TtimeValueArray& newTimes, TtimeValueArray& oldTimes,
-                           TdoubleArray& newValues, TdoubleArray& oldValues, TmoveOption option,
-                           bool followBreakdowns)
+                           TdoubleArray& newValues, TdoubleArray& oldValues, TmoveOption option, bool followBreakdowns)
 {
     TmoveKeyDataPtrList* list = moveKeyList();
     if (arrayCount() == 0 || handles.empty() || list == nullptr || list->empty() ||
@@ -206,9 +205,8 @@ bool TparamCurve::moveKeyframe(unsigned index, TtimeValue time, double value, Tm
 bool TparamCurve::moveKeyframeInValue(unsigned index, double value, double second)
 {
     Tkeyframe* key = keyframe(index);
-    return key != nullptr &&
-           moveKeyframeHelper(key, index, timeValue(index), value, second, TparamCurveEnums::kMoveBetweenNeighbours,
-                              true);
+    return key != nullptr && moveKeyframeHelper(key, index, timeValue(index), value, second,
+                                                TparamCurveEnums::kMoveBetweenNeighbours, true);
 }
 
 bool TparamCurve::moveKeyframeHelper(Tkeyframe* key, unsigned index, TtimeValue const& time, double value,
@@ -452,9 +450,9 @@ bool TparamCurve::canMove(TkeyframeHandlePtrArray& handles, TtimeValue const& ti
         if (relative) {
             return true;
         }
-        return option == TparamCurveEnums::kMoveReplace ? handles.count() == 1
-                                                        : option != TparamCurveEnums::kMoveRefused &&
-                                                              option != TparamCurveEnums::kMoveReplaceBracketed;
+        return option == TparamCurveEnums::kMoveReplace
+                   ? handles.count() == 1
+                   : option != TparamCurveEnums::kMoveRefused && option != TparamCurveEnums::kMoveReplaceBracketed;
     }
     unsigned first = 0;
     unsigned last = 0;
@@ -483,9 +481,8 @@ bool TparamCurve::canMove(TpickKeyDictionary const& picks, TtimeValue const& tim
 
 // --- Records of moves the host made -----------------------------------------------------------
 
-bool TparamCurve::generateDeltasForMove(TkeyframeHandlePtrArray& handles, TuInt32Array& indices,
-                                        TtimeValueArray& times, TdoubleArray& values, TquaternionArray const*,
-                                        TmoveOption option)
+bool TparamCurve::generateDeltasForMove(TkeyframeHandlePtrArray& handles, TuInt32Array& indices, TtimeValueArray& times,
+                                        TdoubleArray& values, TquaternionArray const*, TmoveOption option)
 {
     TcurveEditRecorder* recorder = TcurveEditKit::recorder(*this);
     unsigned const count = handles.count();

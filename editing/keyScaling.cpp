@@ -41,8 +41,7 @@ bool usableScale(float scale)
 // the nearest tick on an animTime curve.
 TtimeValue curveTime(TparamCurve const& curve, double seconds)
 {
-    return curve.isAnimTimeCurve() ? TtimeValue(TanimTime(seconds, kSeconds))
-                                   : TtimeValue(static_cast<float>(seconds));
+    return curve.isAnimTimeCurve() ? TtimeValue(TanimTime(seconds, kSeconds)) : TtimeValue(static_cast<float>(seconds));
 }
 
 double keySeconds(TparamCurve const& curve, unsigned index)
@@ -292,6 +291,37 @@ void finishScale(TparamCurve& curve, TrewriteSnapshot const& before, TtimeValue 
     curve.notifyClientsOfChange(curve.keyframe(0), TparamCurveModifiedMsg::kKeyChanged);
 }
 
+// Scales the values of the keys `takes` admits about the pivot, with their
+// tangents' slopes.
+template <class Takes> void scaleValues(TparamCurve& curve, float valueScale, double valuePivot, Takes&& takes)
+{
+    if (valueScale == 1.0f) {
+        return;
+    }
+    for (unsigned i = 0; i < curve.keyframeCountAll(); ++i) {
+        Tkeyframe* key = curve.keyframe(i);
+        if (takes(i)) {
+            key->setValue((key->value() - valuePivot) * valueScale + valuePivot);
+            curve.scaleTangentY(key, valueScale);
+        }
+    }
+    if (curve.isStatic()) {
+        curve.checkStaticValueCondition(0);
+    }
+}
+
+// Rewrites every key as planned, the values of the keys `takesValue` admits
+// scaled about the value pivot first, and finishes the scale.
+template <class Takes>
+void rewriteKeys(TparamCurve& curve, TtimePlan const& plan, float valueScale, double valuePivot, Takes&& takesValue,
+                 TtimeValue const times[5])
+{
+    TrewriteSnapshot const before(curve, 0, curve.keyframeCountAll() - 1);
+    scaleValues(curve, valueScale, valuePivot, takesValue);
+    applyTimePlan(curve, plan);
+    finishScale(curve, before, times);
+}
+
 // Whether the caller bracketed the scale with beginScaleKeys.
 bool scaleBracketOpen(TparamCurve const& curve)
 {
@@ -326,10 +356,9 @@ bool TparamCurve::scaleRegion(TtimeValue const& oldStart, TtimeValue const& oldE
     // A scale the caller did not bracket is bracketed here.
     bool const ownBracket = !scaleBracketOpen(*this);
     beginScaleKeys(first, last);
-    TrewriteSnapshot const before(*this, 0, arrayCount() - 1);
-    applyTimePlan(*this, plan);
     TtimeValue const times[5] = {oldStart, oldEnd, newStart, newEnd, reference};
-    finishScale(*this, before, times);
+    rewriteKeys(
+        *this, plan, 1.0f, 0.0, [](unsigned) { return false; }, times);
     if (ownBracket) {
         endScaleKeys();
     }
@@ -359,40 +388,15 @@ bool TparamCurve::scaleRegion(TpickKeyList const& picks, TtimeValue const& oldSt
         return false;
     }
     if (arrayCount() > 0) {
-        TrewriteSnapshot const before(*this, 0, arrayCount() - 1);
-        applyTimePlan(*this, plan);
         TtimeValue const times[5] = {oldStart, oldEnd, newStart, newEnd, reference};
-        finishScale(*this, before, times);
+        rewriteKeys(
+            *this, plan, 1.0f, 0.0, [](unsigned) { return false; }, times);
         change.modified();
     }
     return true;
 }
 
 // --- Time and value together ---------------------------------------------------------------------
-
-namespace {
-
-// Scales the values of the keys `takes` admits about the pivot, with their
-// tangents' slopes.
-template <class Takes>
-void scaleValues(TparamCurve& curve, float valueScale, double valuePivot, Takes&& takes)
-{
-    if (valueScale == 1.0f) {
-        return;
-    }
-    for (unsigned i = 0; i < curve.keyframeCountAll(); ++i) {
-        Tkeyframe* key = curve.keyframe(i);
-        if (takes(i)) {
-            key->setValue((key->value() - valuePivot) * valueScale + valuePivot);
-            curve.scaleTangentY(key, valueScale);
-        }
-    }
-    if (curve.isStatic()) {
-        curve.checkStaticValueCondition(0);
-    }
-}
-
-}  // namespace
 
 bool TparamCurve::scaleTimeAndValue(TkeyframeHandlePtrArray& handles, float timeScale, float timePivot,
                                     float valueScale, double valuePivot)
@@ -417,10 +421,8 @@ bool TparamCurve::scaleTimeAndValue(TkeyframeHandlePtrArray& handles, float time
     double const lastTime = keySeconds(*this, last);
     TtimeValue const oldFirst = timeValue(first);
     TtimeValue const oldLast = timeValue(last);
-    TregionMap const map(oldFirst, oldLast,
-                         curveTime(*this, timePivot + (firstTime - timePivot) * timeScale),
-                         curveTime(*this, timePivot + (lastTime - timePivot) * timeScale),
-                         curveTime(*this, timePivot));
+    TregionMap const map(oldFirst, oldLast, curveTime(*this, timePivot + (firstTime - timePivot) * timeScale),
+                         curveTime(*this, timePivot + (lastTime - timePivot) * timeScale), curveTime(*this, timePivot));
     TtimePlan plan(*this);
     if (timeScale != 1.0f) {
         planRegion(*this, map, first, last, plan, [](unsigned) { return true; });
@@ -436,12 +438,9 @@ bool TparamCurve::scaleTimeAndValue(TkeyframeHandlePtrArray& handles, float time
     }
     bool const ownBracket = !scaleBracketOpen(*this);
     beginScaleKeys(first, last);
-    TrewriteSnapshot const before(*this, 0, arrayCount() - 1);
-    scaleValues(*this, valueScale, valuePivot, [&](unsigned i) { return bool(named[i]); });
-    applyTimePlan(*this, plan);
-    TtimeValue const times[5] = {oldFirst, oldLast, plan.fTimes[first], plan.fTimes[last],
-                                 curveTime(*this, timePivot)};
-    finishScale(*this, before, times);
+    TtimeValue const times[5] = {oldFirst, oldLast, plan.fTimes[first], plan.fTimes[last], curveTime(*this, timePivot)};
+    rewriteKeys(
+        *this, plan, valueScale, valuePivot, [&](unsigned i) { return bool(named[i]); }, times);
     if (ownBracket) {
         endScaleKeys();
     }
@@ -482,11 +481,9 @@ bool TparamCurve::scaleTimeAndValue(TpickKeyList const& picks, float timeScale, 
     if (followBreakdowns) {
         getAffectedBreakdowns(picks);
     }
-    TrewriteSnapshot const before(*this, 0, arrayCount() - 1);
-    scaleValues(*this, valueScale, valuePivot, [&](unsigned i) { return bool(picked[i]); });
-    applyTimePlan(*this, plan);
     TtimeValue const times[5] = {TtimeValue(), TtimeValue(), TtimeValue(), TtimeValue(), timePivot};
-    finishScale(*this, before, times);
+    rewriteKeys(
+        *this, plan, valueScale, valuePivot, [&](unsigned i) { return bool(picked[i]); }, times);
     flushBreakdownCache();
     change.modified();
     return true;

@@ -197,9 +197,9 @@ bool sameContent(Tkeyframe const& a, Tkeyframe const& b)
     a.getTanOut(ax[2], ax[3]);
     b.getTanIn(bx[0], bx[1]);
     b.getTanOut(bx[2], bx[3]);
-    return a.timeValue().rawSlot() == b.timeValue().rawSlot() && a.value() == b.value() &&
-           std::equal(ax, ax + 4, bx) && a.storedTanInType() == b.storedTanInType() &&
-           a.storedTanOutType() == b.storedTanOutType() && (a.flags().word() & ~Tkeyframe::kSlotBitsMask) == (b.flags().word() & ~Tkeyframe::kSlotBitsMask) &&
+    return a.timeValue().rawSlot() == b.timeValue().rawSlot() && a.value() == b.value() && std::equal(ax, ax + 4, bx) &&
+           a.storedTanInType() == b.storedTanInType() && a.storedTanOutType() == b.storedTanOutType() &&
+           (a.flags().word() & ~Tkeyframe::kSlotBitsMask) == (b.flags().word() & ~Tkeyframe::kSlotBitsMask) &&
            a.quatComponent() == b.quatComponent();
 }
 

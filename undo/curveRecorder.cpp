@@ -99,9 +99,8 @@ public:
         return new TPCDdragKey(&handle, previousIndex, previousTime, previousValue, previousSecond,
                                curve.timeValue(key), key->value(), key->quatComponent(), option, &curve);
     }
-    Tdelta* regionScaled(TparamCurve& curve, TtimeValue const& start, TtimeValue const& end,
-                         TtimeValue const& newStart, TtimeValue const& newEnd, TtimeValue const& pivot,
-                         std::vector<TkeyRewrite>&& keys) override
+    Tdelta* regionScaled(TparamCurve& curve, TtimeValue const& start, TtimeValue const& end, TtimeValue const& newStart,
+                         TtimeValue const& newEnd, TtimeValue const& pivot, std::vector<TkeyRewrite>&& keys) override
     {
         auto* record = new TPCDscaleKey(&curve, start, end, newStart, newEnd, pivot);
         for (TkeyRewrite const& rewrite : keys) {

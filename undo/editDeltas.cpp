@@ -70,9 +70,9 @@ bool TPCDdragKey::replay(bool undoing)
     if (!replaying.open()) {
         return false;
     }
-    bool const done = undoing
-                          ? fParamCurve->moveForDeltaUndoRedo(fHandle, fPreviousTime, fPreviousValue, fPreviousW, fOption)
-                          : fParamCurve->moveForDeltaUndoRedo(fHandle, fCurrentTime, fCurrentValue, fCurrentW, fOption);
+    bool const done =
+        undoing ? fParamCurve->moveForDeltaUndoRedo(fHandle, fPreviousTime, fPreviousValue, fPreviousW, fOption)
+                : fParamCurve->moveForDeltaUndoRedo(fHandle, fCurrentTime, fCurrentValue, fCurrentW, fOption);
     return replaying.finish(done);
 }
 

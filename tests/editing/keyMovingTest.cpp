@@ -60,8 +60,8 @@ bool moveBy(TparamCurve& curve, std::vector<unsigned> const& indices, float offs
         newTimes.addLast(handle->timeValue() + shift);
     }
     curve.beginMoveKeys(handles.fArray);
-    bool const moved = curve.moveKeys(handles.fArray, newTimes, oldTimes, newValues, oldValues, option,
-                                      followBreakdowns);
+    bool const moved =
+        curve.moveKeys(handles.fArray, newTimes, oldTimes, newValues, oldValues, option, followBreakdowns);
     curve.endMoveKeys();
     return moved;
 }

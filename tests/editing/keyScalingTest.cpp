@@ -145,7 +145,8 @@ struct TscaleCase {
 TEST(ScaleTimeAndValue, KeepsTheShape)
 {
     TscaleCase const cases[] = {
-        {"double, unweighted", false, 2.0f, 1.0f},  {"double, weighted", true, 2.0f, 1.0f},
+        {"double, unweighted", false, 2.0f, 1.0f},
+        {"double, weighted", true, 2.0f, 1.0f},
         {"halve in time, triple in value", true, 0.5f, 3.0f},
         {"reverse in time and value", true, -1.5f, -1.0f},
         {"reverse, unweighted", false, -1.0f, 2.0f},

@@ -22,7 +22,7 @@ bool holdsOnlyNamedRecords(TparamCurveDeltaComp const& step)
 {
     static Tmetaclass* const named[] = {TPCDaddRemoveKeyTmeta, TPCDinsertKeyTmeta, TPCDblockAddRemoveKeyTmeta,
                                         TPCDinfinityTypeTmeta, TPCDbreakdownTmeta, TPCDweightedTangentsTmeta,
-                                        TPCDcurveDeltaTmeta,   TPCDdragTanTmeta,      TPCDdragKeyTmeta,
+                                        TPCDcurveDeltaTmeta,   TPCDdragTanTmeta,   TPCDdragKeyTmeta,
                                         TPCDscaleKeyTmeta};
     for (unsigned i = 0; i < step.length(); ++i) {
         if (std::find(std::begin(named), std::end(named), step.delta(i)->typeof()) == std::end(named)) {

@@ -3,6 +3,7 @@
 #include "keelanim/base/export.h"
 #include "keelanim/base/metaclass.h"
 
+#include <array>
 #include <utility>
 #include <vector>
 
@@ -126,7 +127,7 @@ private:
     bool fHasVacancies = false;
     // hasMessage's remembered answers: (type, answer), the oldest replaced.
     static constexpr unsigned kRememberedAnswers = 4;
-    mutable std::pair<Tmetaclass*, bool> fAnswers[kRememberedAnswers] = {};
+    mutable std::array<std::pair<Tmetaclass*, bool>, kRememberedAnswers> fAnswers{};
     mutable unsigned fAnswerCount = 0;
 };
 

@@ -390,8 +390,7 @@ public:
                   bool followBreakdowns);
     // Moves key `index` to (time, value); `record` makes the undo record
     // in a modification. Locked time or value stay as they are.
-    bool moveKeyframe(unsigned index, TtimeValue time, double value, TparamCurveEnums::TmoveOption option,
-                      bool record);
+    bool moveKeyframe(unsigned index, TtimeValue time, double value, TparamCurveEnums::TmoveOption option, bool record);
     // The single-key move the others end in: `second` is the key's
     // auxiliary component (rotation keys; ignored on other curves). False
     // for a bad index, a time of the other form, NaN or infinite input, a
