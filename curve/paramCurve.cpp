@@ -97,6 +97,7 @@ void TparamCurve::copySettingsFrom(TparamCurve const& other)
     fPreInfinity = other.fPreInfinity;
     fPostInfinity = other.fPostInfinity;
     fLockedParams = other.fLockedParams;
+    fRotationInterpolation = other.fRotationInterpolation;
 }
 
 void TparamCurve::copyKeysFrom(TparamCurve const& other)

@@ -8,6 +8,7 @@
 #include "curve/detail/curveEvaluator.h"
 #include "keelanim/segments/animCurve.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 
@@ -45,6 +46,37 @@ bool TparamCurve::evaluatedAtKey(unsigned index, float seconds, double& value)
 void TparamCurve::invalidateCache(int index)
 {
     evaluator().invalidate(*this, index);
+    if (isRotationCurve()) {
+        dirtyQuaternionEulerCache(index);
+    }
+}
+
+// The samples describe spans of the triple: an edit of one channel changes
+// the spans of all three around the key.
+void TparamCurve::dirtyQuaternionEulerCache(int index)
+{
+    TparamCurve* triple[3] = {this, nullptr, nullptr};
+    if (!getSiblingRotationCurves(&triple[0], &triple[1], &triple[2])) {
+        triple[0] = this;
+    }
+    unsigned const count = triple[0] != nullptr ? triple[0]->keyframeCountAll() : 0;
+    if (count == 0) {
+        return;
+    }
+    unsigned const first = index < 0 ? 0 : unsigned(std::max(index - 2, 0));
+    unsigned const last = index < 0 ? count - 1 : std::min(unsigned(index) + 1, count - 1);
+    // The samples are unwrapped from the first key on: without the first
+    // key's, the triple's cache counts as dropped and is rebuilt whole.
+    for (TparamCurve* channel : triple) {
+        for (unsigned i = first; channel != nullptr && i <= last; ++i) {
+            if (Tkeyframe* key = channel->keyframe(i)) {
+                key->setEulerSampleCache(nullptr);
+            }
+        }
+        if (Tkeyframe* key = channel != nullptr ? channel->keyframe(0) : nullptr) {
+            key->setEulerSampleCache(nullptr);
+        }
+    }
 }
 
 double TparamCurve::tangentAngle(unsigned index, bool in, double xScale, double yScale) const

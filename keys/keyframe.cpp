@@ -202,12 +202,25 @@ Tkeyframe& Tkeyframe::operator=(Tkeyframe const& other)
     fTanOutType = other.fTanOutType;
     fFlags = other.fFlags;
     fQuatComponent = other.fQuatComponent;
-    fEulerSampleCache = nullptr;
+    setEulerSampleCache(nullptr);
 
     setActive(TbitField32(kPickPartsMask), false);
     setActive(TbitField32(static_cast<std::uint32_t>(ownSlotBits & kPickPartsMask)), true);
     fFlags.setTo(kHiddenBit, (ownSlotBits & (1u << kHiddenBit)) != 0);
     return *this;
+}
+
+Tkeyframe::~Tkeyframe()
+{
+    delete[] fEulerSampleCache;
+}
+
+void Tkeyframe::setEulerSampleCache(float* cache)
+{
+    if (cache != fEulerSampleCache) {
+        delete[] fEulerSampleCache;
+        fEulerSampleCache = cache;
+    }
 }
 
 // The same as assigning into a fresh key and clearing the slot bits, done

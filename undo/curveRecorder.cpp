@@ -92,6 +92,11 @@ public:
         return record;
     }
     Tdelta* curveSnapshot(TparamCurve& curve) override { return new TPCDcurveDelta(&curve); }
+    Tdelta* rotationInterpolationChanged(TparamCurve& curve, TparamCurveEnums::TrotationInterpolation previous,
+                                         TparamCurveEnums::TrotationInterpolation current) override
+    {
+        return new TPCDrotationInterpolation(&curve, previous, current);
+    }
     Tdelta* keyMoved(TparamCurve& curve, Tkeyframe* key, unsigned previousIndex, TtimeValue const& previousTime,
                      double previousValue, double previousSecond, TparamCurveEnums::TmoveOption option) override
     {

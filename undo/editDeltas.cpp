@@ -384,17 +384,33 @@ bool TPCDscaleKey::redo()
     return replay(false);
 }
 
-TPCDrotationInterpolation::TPCDrotationInterpolation(TparamCurve* curve, int previous, int current)
+TPCDrotationInterpolation::TPCDrotationInterpolation(TparamCurve* curve,
+                                                     TparamCurveEnums::TrotationInterpolation previous,
+                                                     TparamCurveEnums::TrotationInterpolation current)
     : TparamCurveDelta(curve), fPrevious(previous), fCurrent(current)
 {
 }
 
+unsigned TPCDrotationInterpolation::replayMask() const
+{
+    return TparamCurve::kChangeNothing;
+}
+
+bool TPCDrotationInterpolation::replay(bool undoing)
+{
+    if (inert()) {
+        return false;
+    }
+    TrecordReplay replaying(*this, undoing);
+    return replaying.open() && replaying.finish(fParamCurve->setRotationInterpolation(undoing ? fPrevious : fCurrent));
+}
+
 bool TPCDrotationInterpolation::undo()
 {
-    return false;
+    return replay(true);
 }
 
 bool TPCDrotationInterpolation::redo()
 {
-    return false;
+    return replay(false);
 }

@@ -3,6 +3,8 @@
 
 #include "curve/detail/curveEvaluator.h"
 
+#include "curve/detail/rotationHook.h"
+
 #include "keelanim/base/numeric.h"
 #include "keelanim/segments/animCurve.h"
 #include "keelanim/segments/pluginInterp.h"
@@ -63,12 +65,19 @@ TcurveEvaluator::TevalTime TcurveEvaluator::evalTime(TparamCurve const& curve, T
 // then address everything from the one curve pointer.
 double TcurveEvaluator::evaluateRules(TparamCurve& curve, TevalTime time)
 {
-    unsigned const count = curve.arrayCount();
     if (std::isnan(time.fSeconds)) {
-        return count == 0 ? 0.0 : curve.value(0);
+        return curve.arrayCount() == 0 ? 0.0 : curve.value(0);
     }
-    // Rotation channels evaluated together as a quaternion answer here once
-    // the rotation evaluator is part of the engine.
+    if (curve.evaluatesAsQuaternion() && TrotationHook::fsEulerComponent != nullptr) {
+        return curve.evaluator().evaluateAsRotation(curve, time);
+    }
+    return evaluateOwnRules(curve, time);
+}
+
+// The curve's own value by its keys and infinities.
+double TcurveEvaluator::evaluateOwnRules(TparamCurve& curve, TevalTime time)
+{
+    unsigned const count = curve.arrayCount();
     if (curve.fPreInfinity != TparamCurveEnums::kConstant && count > 0 && compareWithKey(curve, time, 0) < 0) {
         return curve.evaluator().evaluateInfinities(curve, time.fSeconds, true);
     }
@@ -83,6 +92,22 @@ double TcurveEvaluator::evaluateRules(TparamCurve& curve, TevalTime time)
     }
     return curve.evaluator().evaluateBetweenKeys(curve, time, count);
 }
+
+// A rotation channel in a quaternion mode: its component of the triple's
+// rotation, or, for an incomplete triple, its own value (never remembered
+// as the fast span, see rememberFastSpan).
+double TcurveEvaluator::evaluateAsRotation(TparamCurve& curve, TevalTime time)
+{
+    TtimeValue const at = time.fExactTicks ? TtimeValue(TanimTime::fromTicks(time.fTicks))
+                                           : TtimeValue(static_cast<float>(time.fSeconds));
+    double angle = 0.0;
+    if (TrotationHook::fsEulerComponent(curve, at, angle)) {
+        return angle;
+    }
+    return evaluateOwnRules(curve, time);
+}
+
+TrotationHook::TeulerComponent TrotationHook::fsEulerComponent = nullptr;
 
 // A time within the keys' range (or before the first key / after the last
 // with constant infinities) on a curve that is not static.
@@ -251,7 +276,9 @@ unsigned TcurveEvaluator::firstKeyNotBefore(TparamCurve const& curve, TevalTime 
 
 [[gnu::always_inline]] inline void TcurveEvaluator::rememberFastSpan(TparamCurve& curve, TspanKeys const& span)
 {
-    if (curve.isStatic()) {
+    // A rotation channel in a quaternion mode answers through its triple,
+    // whose other channels can change without this curve hearing of it.
+    if (curve.isStatic() || curve.evaluatesAsQuaternion()) {
         fFastSpan = -1;
         return;
     }

@@ -112,6 +112,8 @@ private:
     }
     static int compareWithKey(TparamCurve const& curve, TevalTime time, unsigned index);
     static double evaluateRules(TparamCurve& curve, TevalTime time);
+    [[gnu::noinline]] double evaluateAsRotation(TparamCurve& curve, TevalTime time);
+    static double evaluateOwnRules(TparamCurve& curve, TevalTime time);
     [[gnu::noinline]] double evaluateBetweenKeys(TparamCurve& curve, TevalTime time, unsigned count);
     [[gnu::noinline]] static double linearInfinityValue(TparamCurve const& curve, double seconds, bool pre,
                                                         double first, double end);

@@ -125,6 +125,8 @@ public:
                                    Tkeyframe const& after) = 0;
     // Every key of the curve as it is now.
     virtual Tdelta* curveSnapshot(TparamCurve& curve) = 0;
+    virtual Tdelta* rotationInterpolationChanged(TparamCurve& curve, TparamCurveEnums::TrotationInterpolation previous,
+                                                 TparamCurveEnums::TrotationInterpolation current) = 0;
     // `key` moved from (previousIndex, previousTime, previousValue,
     // previousSecond) to where it is now.
     virtual Tdelta* keyMoved(TparamCurve& curve, Tkeyframe* key, unsigned previousIndex, TtimeValue const& previousTime,

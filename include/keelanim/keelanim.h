@@ -19,6 +19,7 @@
 #include "keelanim/base/metaclass.h"
 #include "keelanim/base/numeric.h"
 #include "keelanim/base/preferences.h"
+#include "keelanim/base/quaternion.h"
 #include "keelanim/base/relmark.h"
 #include "keelanim/base/sharedObject.h"
 #include "keelanim/base/translator.h"
@@ -51,6 +52,7 @@
 
 #include "keelanim/prefs/prefItems.h"
 
+#include "keelanim/rotation/rotationTriple.h"
 #include "keelanim/undo/curveDeltas.h"
 #include "keelanim/undo/delta.h"
 #include "keelanim/undo/deltaCollection.h"

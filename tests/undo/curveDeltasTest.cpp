@@ -58,7 +58,7 @@ TEST(CurveDeltaRecords, TypeNumbersAndNames)
     expectType(TPCDdragTan(&curve, 0u), ZFn::kKeyframeDeltaTangent, "kKeyframeDeltaTangent");
     expectType(TPCDweightedTangents(&curve, true), ZFn::kKeyframeDeltaWeighted, "kKeyframeDeltaWeighted");
     expectType(TPCDbreakdown(&curve, 0u, false), ZFn::kKeyframeDeltaBreakdown, "kKeyframeDeltaBreakdown");
-    expectType(TPCDrotationInterpolation(&curve, 0, 3), ZFn::kKeyframeDelta, "kKeyframeDelta");
+    expectType(TPCDrotationInterpolation(&curve, TparamCurveEnums::kEulerAngles, TparamCurveEnums::kQuaternionTangentDependent), ZFn::kKeyframeDelta, "kKeyframeDelta");
     expectType(TPCDcurveDelta(&curve), ZFn::kKeyframeDelta, "kKeyframeDelta");
     EXPECT_TRUE(TPCDinsertKeyTmeta->istype(TPCDaddRemoveKeyTmeta));
 }
@@ -274,7 +274,7 @@ TEST(DeltaList, CopiesByKindInTheFixedOrder)
 {
     auto curve = floatCurve({{0.0f, 1.0}, {2.0f, 3.0}});
     TparamCurveDeltaList list;
-    TPCDrotationInterpolation rotation(curve.get(), 0, 4);
+    TPCDrotationInterpolation rotation(curve.get(), TparamCurveEnums::kEulerAngles, TparamCurveEnums::kQuaternionSlerp);
     list.add(&rotation);
     EXPECT_EQ(list.deltas(), nullptr) << "ignored records create no composite";
     Tkeyframe inserted(1.0f, 2.0, kTangentFixed, kTangentFixed);

@@ -5,6 +5,7 @@
 #include "keelanim/base/bitField.h"
 #include "keelanim/base/clientServer.h"
 #include "keelanim/base/export.h"
+#include "keelanim/base/quaternion.h"
 #include "keelanim/curve/paramCurveEnums.h"
 #include "keelanim/keys/keyframe.h"
 #include "keelanim/keys/keyframeArrays.h"
@@ -25,7 +26,6 @@ class TcurveEditSession;
 class TmoveKeyDataPtrList;
 class TpickKeyDictionary;
 class TpickKeyList;
-class TquaternionArray;
 class TtangentJournal;
 using TkeyframeHandlePtrArray = TtypedArray<TkeyframeHandle*>;
 using TuInt32Array = TtypedArray<std::uint32_t>;
@@ -481,6 +481,64 @@ public:
     bool scaleTangentX(Tkeyframe* key, float factor, bool scaleIn, bool scaleOut);
     bool scaleTangentY(Tkeyframe* key, float factor);
 
+    // --- Rotation (rotation/quaternionEvaluation.cpp, rotation/eulerCache.cpp;
+    //     the cache is dirtied in curve/paramCurveEval.cpp) -------------------
+    // Three rotation channels (kinds 3, 4 and 5) that the host's sibling
+    // hook links form a triple. In the quaternion modes the triple keys a
+    // rotation at the same times on all three curves: the quaternion of key
+    // i has x, y and z from the values of key i on the X, Y and Z curves and
+    // w from the Z key's auxiliary component. Evaluating a channel then
+    // answers its Euler angle (radians, X-Y-Z order) of the rotation
+    // interpolated on the sphere, continuous across keys and infinity
+    // cycles; a triple that is incomplete (a sibling missing, keys out of
+    // step) is evaluated curve by curve. Evaluating one channel fills the
+    // Euler cache of all three, so a triple belongs to one thread at a time.
+    TparamCurveEnums::TrotationInterpolation rotationInterpolation() const { return fRotationInterpolation; }
+    // Records the change in a modification; dirties the whole Euler cache.
+    // False (nothing changed) for a value that names no mode or a refused
+    // bracket.
+    bool setRotationInterpolation(TparamCurveEnums::TrotationInterpolation mode);
+    // Whether evaluation goes through the triple's quaternion.
+    bool evaluatesAsQuaternion() const
+    {
+        return isRotationCurve() && fRotationInterpolation >= TparamCurveEnums::kQuaternionTangentDependent;
+    }
+    // The triple's rotation at `time` (the identity without a complete
+    // triple); the siblings found go to x, y and z (each may be null).
+    Tquaternion evaluateQuaternion(TtimeValue const& time, TparamCurve** x = nullptr, TparamCurve** y = nullptr,
+                                   TparamCurve** z = nullptr);
+    // The rotation as Euler angles nearest the triple's own path.
+    TrotateXYZ evaluateQuaternionAsEuler(TtimeValue const& time);
+    // This channel's angle of it; 0 when the curve is none of the three.
+    // `incomplete` (when given) turns true without a complete triple.
+    double evaluateQuaternionAsEulerComponent(TtimeValue const& time, bool* incomplete);
+    // Drops the Euler samples of keys index - 2 to index + 1 on the three
+    // curves (-1: of every key).
+    void dirtyQuaternionEulerCache(int index);
+    // Rebuilds the triple's Euler samples where dropped (every one with
+    // `force`); false without a complete triple.
+    bool updateQuaternionEulerCache(bool force);
+    static bool updateQuaternionEulerCache(TparamCurve** curves, bool force);
+    // The key of the triple at or before (`before`) or at or after `time`
+    // (seconds), read on the X curve: its time, index and key object (each
+    // output may be null). False when there is none.
+    static bool findClosestKeyframe(TparamCurve* x, TparamCurve* y, TparamCurve* z, float time, bool before,
+                                    float* keyTime, int* index, Tkeyframe** key);
+    // Maps a time (seconds) beyond the triple's keys back into them by the X
+    // curve's infinity types: `offset` is the rotation a repetition adds
+    // (applied after the mapped rotation), `end` the rotation of the key on
+    // that side, `before` whether the time lay before the keys. False (all
+    // untouched but `before`) for a time within the keys.
+    static bool evaluateQuaternionInfinity(float& time, TparamCurve* x, TparamCurve* y, TparamCurve* z,
+                                           Tquaternion& offset, Tquaternion& end, bool& before);
+    // Keys every curve at the times any of them is keyed, each new key
+    // keeping its curve's shape. False when a curve refuses.
+    static bool syncroniseCurvesInTime(TparamCurve** curves, unsigned count);
+    // Moves key `index` of the triple to (time, rotation), on all three
+    // curves; as moveKeyframe otherwise.
+    bool moveKeyframe(unsigned index, TtimeValue time, Tquaternion const& rotation,
+                      TparamCurveEnums::TmoveOption option, bool record);
+
     // --- Span segments (curve/paramCurveEval.cpp) -------------------------
     // The held segment, made to the kind the span that starts at `key`
     // wants (null for kinds without a segment).
@@ -746,6 +804,7 @@ private:
     // What an edit in progress keeps between calls (a move's keys, the
     // breakdown cache); owned, made by the editing subsystem on demand.
     TcurveEditSession* fEditSession = nullptr;
+    TparamCurveEnums::TrotationInterpolation fRotationInterpolation = TparamCurveEnums::kEulerAngles;
     // What evaluation remembers between calls lives in a private evaluator,
     // built in place here so that evaluation reaches it without a pointer
     // hop; its size is checked where it is defined.

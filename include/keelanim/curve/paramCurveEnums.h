@@ -22,4 +22,14 @@ struct TparamCurveEnums {
         kMoveReplace = 2,  // one key may land on (and replace) an unmoved key
         kMoveReplaceBracketed = 3,
     };
+
+    // How the three rotation channels of one rotation are interpolated.
+    // Below kQuaternionTangentDependent each channel is its own curve of
+    // Euler angles; from it on the triple is interpolated as a rotation.
+    enum TrotationInterpolation : std::uint32_t {
+        kEulerAngles = 0,
+        kQuaternionTangentDependent = 3,  // per span, as the span's first key's tangents ask
+        kQuaternionSlerp = 4,             // spherical-linear spans
+        kQuaternionCubic = 5,             // a cubic quaternion curve through the keys
+    };
 };

@@ -91,7 +91,8 @@ public:
     Tkeyframe& operator=(Tkeyframe const& other);
     // A copy starts unselected and visible.
     Tkeyframe(Tkeyframe const& other);
-    ~Tkeyframe() = default;
+    // Frees the Euler sample cache the key owns.
+    ~Tkeyframe();
 
     static void* operator new(std::size_t bytes);
     static void operator delete(void* block);
@@ -207,8 +208,13 @@ public:
     void setInterpMethod(TspanInterpMethod method);
 
     // --- Rotation curves ---------------------------------------------------
+    // The Euler samples of the span that starts at this key, kept for the
+    // quaternion evaluation of rotation triples (kEulerSamples floats, or
+    // null when none are up to date). The key owns them: setting frees the
+    // former array, copies and assignment never carry them.
+    static constexpr unsigned kEulerSamples = 20;
     float* eulerSampleCache() const { return fEulerSampleCache; }
-    void setEulerSampleCache(float* cache) { fEulerSampleCache = cache; }
+    void setEulerSampleCache(float* cache);
 
     // Makes tick keys report stepped tangents (blocking-mode playback).
     static bool fsOverrideTangentsForBlockingMode;

@@ -210,22 +210,25 @@ private:
     std::vector<Tkeyframe> fAfter;
 };
 
-// The rotation interpolation of a curve changed.
+// The rotation interpolation of a curve changed: replay sets the previous /
+// current mode (TparamCurve::setRotationInterpolation).
 class KEEL_API TPCDrotationInterpolation : public TparamCurveDelta {
     KEEL_TYPED(TPCDrotationInterpolation)
 
 public:
-    TPCDrotationInterpolation(TparamCurve* curve, int previous, int current);
+    TPCDrotationInterpolation(TparamCurve* curve, TparamCurveEnums::TrotationInterpolation previous,
+                              TparamCurveEnums::TrotationInterpolation current);
 
-    // Rotation interpolation is not part of the engine yet: these replay
-    // nothing.
     bool undo() override;
     bool redo() override;
+    unsigned replayMask() const override;
 
-    int previousInterpolation() const { return fPrevious; }
-    int currentInterpolation() const { return fCurrent; }
+    TparamCurveEnums::TrotationInterpolation previousInterpolation() const { return fPrevious; }
+    TparamCurveEnums::TrotationInterpolation currentInterpolation() const { return fCurrent; }
 
 private:
-    int fPrevious;
-    int fCurrent;
+    bool replay(bool undoing);
+
+    TparamCurveEnums::TrotationInterpolation fPrevious;
+    TparamCurveEnums::TrotationInterpolation fCurrent;
 };

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "keelanim/base/animTime.h"
+
+class TparamCurve;
+
+// How evaluation reaches the rotation subsystem, which stands above the
+// curve: a rotation channel in a quaternion mode answers its component of
+// the triple's rotation. The rotation subsystem installs the hook when the
+// library loads; without it channels are evaluated curve by curve.
+struct TrotationHook {
+    // The channel's Euler angle at `time`; false when the triple is
+    // incomplete (the curve then evaluates itself).
+    using TeulerComponent = bool (*)(TparamCurve& curve, TtimeValue const& time, double& angle);
+    static TeulerComponent fsEulerComponent;
+};
