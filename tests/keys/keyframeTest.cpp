@@ -138,13 +138,12 @@ TEST(KeyTimeForms, SettersKeepTheTickBit)
 
 TEST(KeyCopies, SelectionHiddenBitAndEulerCacheNeverTravel)
 {
-    float samples[20] = {};
     Tkeyframe selected(1.0f, 5.0, kTangentFlat, kTangentStep);
     selected.setActive(TbitField32(kPickKeyMask), true);
     selected.setHidden(true);
     selected.setBreakdown(true);
     selected.setTanOut(1.0f, 2.0f);
-    selected.setEulerSampleCache(samples);
+    selected.setEulerSampleCache(new float[Tkeyframe::kEulerSamples]());  // the key owns it
 
     Tkeyframe target(7.0f, 0.0, kTangentFixed, kTangentFixed);
     target.setActive(TbitField32(kPickOutTangentMask), true);
