@@ -3,6 +3,7 @@
 #include "keelanim/curve/paramCurve.h"
 
 #include "curve/detail/editKit.h"
+#include "curve/detail/rotationHook.h"
 #include "keelanim/curve/curveMessages.h"
 #include "keelanim/curve/msgDepot.h"
 #include "keelanim/keys/pickParts.h"
@@ -109,6 +110,12 @@ bool TparamCurve::setTime(unsigned index, TtimeValue const& time)
     notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyChanged);
     change.modified();
     return ordered == 0;
+}
+
+bool TparamCurve::rotationKeyComponents(TtimeValue const& time, double& value, double& aux)
+{
+    return evaluatesAsQuaternion() && TrotationHook::fsKeyComponents != nullptr &&
+           TrotationHook::fsKeyComponents(*this, time, value, aux);
 }
 
 unsigned TparamCurve::retimeKey(unsigned index, TtimeValue const& time)
@@ -359,6 +366,11 @@ Tkeyframe* TparamCurve::newMatchingKeyframe(TtimeValue const& time)
     if (!splitSpanAt(time, *made, neighbours, reshapes)) {
         made->setValue(evaluate(time));
     }
+    double value = 0.0;
+    double aux = 1.0;
+    if (rotationKeyComponents(time, value, aux)) {
+        made->setTimeAndValue(made->timeValue(), value, aux);
+    }
     return made;
 }
 
@@ -418,8 +430,18 @@ bool TparamCurve::insert(TtimeValue const& time, bool breakdown, bool allChannel
     }
     TparamCurve* channels[3];
     siblingsOrSelf(allChannels, channels);
+    // Every channel's key is made before any is inserted: the first
+    // insertion takes the triple out of step.
+    double values[3] = {};
+    double aux[3] = {1.0, 1.0, 1.0};
+    for (unsigned c = 0; c < 3; ++c) {
+        if (channels[c] != nullptr && !channels[c]->rotationKeyComponents(time, values[c], aux[c])) {
+            values[c] = channels[c]->evaluate(time);
+        }
+    }
     bool inserted = false;
-    for (TparamCurve* channel : channels) {
+    for (unsigned c = 0; c < 3; ++c) {
+        TparamCurve* channel = channels[c];
         if (channel == nullptr || !channel->acceptsTimeForm(time)) {
             continue;
         }
@@ -428,9 +450,7 @@ bool TparamCurve::insert(TtimeValue const& time, bool breakdown, bool allChannel
             continue;
         }
         TtimeValue const stored = channel->storedTime(time);
-        double const current = channel->evaluate(time);
-        Tkeyframe key = stored.isTicks() ? Tkeyframe(stored.animTime(), current, kTangentGlobal, kTangentGlobal)
-                                         : Tkeyframe(stored.floatSeconds(), current, kTangentGlobal, kTangentGlobal);
+        Tkeyframe key(stored, values[c], aux[c], kTangentGlobal, kTangentGlobal);
         key.setBreakdown(breakdown);
         bool const done = channel->arrayCount() == 0 ? channel->add(key) : channel->insert(key, false, false);
         inserted = done || inserted;

@@ -123,8 +123,24 @@ bool eulerComponent(TparamCurve& curve, TtimeValue const& time, double& angle)
     return !incomplete;
 }
 
+// The hook new keys of a channel ask for their stored components.
+bool keyComponents(TparamCurve& curve, TtimeValue const& time, double& value, double& aux)
+{
+    TparamCurve* triple[3];
+    Tquaternion const rotation = curve.evaluateQuaternion(time, &triple[0], &triple[1], &triple[2]);
+    int const channel = channelOf(curve, triple);
+    if (channel < 0 || !findTriple(curve, triple)) {
+        return false;
+    }
+    double const components[3] = {rotation.x(), rotation.y(), rotation.z()};
+    value = components[channel];
+    aux = channel == 2 ? rotation.w() : 1.0;
+    return true;
+}
+
 [[maybe_unused]] bool const sInstalled = [] {
     TrotationHook::fsEulerComponent = &eulerComponent;
+    TrotationHook::fsKeyComponents = &keyComponents;
     return true;
 }();
 

@@ -108,6 +108,7 @@ double TcurveEvaluator::evaluateAsRotation(TparamCurve& curve, TevalTime time)
 }
 
 TrotationHook::TeulerComponent TrotationHook::fsEulerComponent = nullptr;
+TrotationHook::TkeyComponents TrotationHook::fsKeyComponents = nullptr;
 
 // A time within the keys' range (or before the first key / after the last
 // with constant infinities) on a curve that is not static.

@@ -13,4 +13,9 @@ struct TrotationHook {
     // incomplete (the curve then evaluates itself).
     using TeulerComponent = bool (*)(TparamCurve& curve, TtimeValue const& time, double& angle);
     static TeulerComponent fsEulerComponent;
+    // What a new key of the channel at `time` stores so that the triple's
+    // rotation there stays: its quaternion component, and the auxiliary
+    // component (w on the Z channel). False for an incomplete triple.
+    using TkeyComponents = bool (*)(TparamCurve& curve, TtimeValue const& time, double& value, double& aux);
+    static TkeyComponents fsKeyComponents;
 };

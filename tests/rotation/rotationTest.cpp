@@ -193,6 +193,12 @@ TEST(RotationTriple, QuaternionMovesAndSynchronising)
     user.undoPC();
     EXPECT_EQ(keeltest::curveState(*triple.fZ), before);
 
+    // A key inserted on all three channels keeps the rotation where it goes.
+    Tquaternion const at = triple.fZ->evaluateQuaternion(TtimeValue(0.5f));
+    EXPECT_TRUE(triple.fZ->insert(TtimeValue(0.5f), false, true));
+    EXPECT_EQ(triple.fX->keyframeCount(), 4u);
+    expectSameRotation(triple.fLink.keyRotation(1), at, kStored, "inserted");
+
     auto a = keeltest::floatCurve({{0.0f, 0.0}, {2.0f, 1.0}});
     auto b = keeltest::floatCurve({{1.0f, 0.0}});
     TparamCurve* curves[2] = {a.get(), b.get()};

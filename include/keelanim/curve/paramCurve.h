@@ -757,6 +757,10 @@ private:
     // the interpolation methods of the spans that touch the key; the
     // tangents that depend on neighbours are rebuilt here.
     void keysChangedAround(unsigned index, bool keepTangentsAtIndex);
+    // The value (and auxiliary component) a new key of this rotation channel
+    // at `time` stores to keep the triple's rotation; false unless the curve
+    // is evaluated through a complete triple.
+    bool rotationKeyComponents(TtimeValue const& time, double& value, double& aux);
     // Moves key `index` to a host time, keeping the array in order: the
     // key's new index, or kArrayFailure (nothing changed) when another key
     // lies at that time. No bracket, no message.
