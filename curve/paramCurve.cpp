@@ -336,10 +336,18 @@ bool TparamCurve::tickDrawSpecial(unsigned index) const
 
 // --- Host context ------------------------------------------------------------------
 
+// The Euler samples of a rotation channel describe the triple the hooks
+// named: both the triple it leaves and the one it joins drop theirs.
 void TparamCurve::setHostHooks(ThostHooks const& hooks, bool enabled)
 {
+    if (isRotationCurve()) {
+        dirtyQuaternionEulerCache(-1);
+    }
     fHostHooks = hooks;
     fHostHooksEnabled = enabled;
+    if (isRotationCurve()) {
+        dirtyQuaternionEulerCache(-1);
+    }
 }
 
 bool TparamCurve::getSiblingRotationCurves(TparamCurve** x, TparamCurve** y, TparamCurve** z, bool) const

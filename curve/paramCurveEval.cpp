@@ -6,6 +6,7 @@
 #include "keelanim/curve/paramCurve.h"
 
 #include "curve/detail/curveEvaluator.h"
+#include "curve/detail/rotationHook.h"
 #include "keelanim/segments/animCurve.h"
 
 #include <algorithm>
@@ -55,6 +56,7 @@ void TparamCurve::invalidateCache(int index)
 // the spans of all three around the key.
 void TparamCurve::dirtyQuaternionEulerCache(int index)
 {
+    TrotationHook::fsGeneration.fetch_add(1, std::memory_order_relaxed);
     TparamCurve* triple[3] = {this, nullptr, nullptr};
     if (!getSiblingRotationCurves(&triple[0], &triple[1], &triple[2])) {
         triple[0] = this;

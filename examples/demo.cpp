@@ -9,6 +9,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <numbers>
 #include <vector>
 
 namespace {
@@ -469,6 +470,59 @@ void showMovingAndScaling()
     });
 }
 
+// One rotation keyed as Euler angles, evaluated angle by angle and as a
+// quaternion in each mode. The span from 1 s to 2 s turns 200 degrees about
+// Z: angle by angle it goes the long way, on the sphere the short way.
+void showRotation()
+{
+    std::printf("\nrotation: Euler angles (degrees) angle by angle and as quaternions\n");
+    struct Tkey {
+        float fTime;
+        double fX, fY, fZ;
+    };
+    Tkey const keys[] = {{0.0f, 0.0, 0.0, 0.0}, {1.0f, 30.0, 0.0, 20.0}, {2.0f, 30.0, 10.0, 220.0}};
+    double const toRadians = std::numbers::pi / 180.0;
+    TparamCurve eulerCurves[3];
+    for (Tkey const& key : keys) {
+        double const angles[3] = {key.fX, key.fY, key.fZ};
+        for (int axis = 0; axis < 3; ++axis) {
+            eulerCurves[axis].add(Tkeyframe(key.fTime, angles[axis] * toRadians, kTangentSpline, kTangentSpline));
+        }
+    }
+    auto const modes = {TparamCurveEnums::kQuaternionTangentDependent, TparamCurveEnums::kQuaternionSlerp,
+                        TparamCurveEnums::kQuaternionCubic};
+    std::vector<std::unique_ptr<TparamCurve>> curves;
+    std::vector<std::unique_ptr<TrotationTriple>> triples;
+    for (auto mode : modes) {
+        for (int axis = 0; axis < 3; ++axis) {
+            curves.push_back(std::make_unique<TparamCurve>(true));
+        }
+        auto triple = std::make_unique<TrotationTriple>(*curves[curves.size() - 3], *curves[curves.size() - 2],
+                                                        *curves[curves.size() - 1]);
+        for (Tkey const& key : keys) {
+            triple->setKey(TtimeValue(key.fTime),
+                           TrotateXYZ{key.fX * toRadians, key.fY * toRadians, key.fZ * toRadians}, kTangentSpline,
+                           kTangentSpline);
+        }
+        triple->setRotationInterpolation(mode);
+        triples.push_back(std::move(triple));
+    }
+    std::printf("  %5s  %-22s %-22s %-22s %-22s\n", "time", "angle by angle", "quaternion, mode 3",
+                "quaternion, mode 4", "quaternion, mode 5");
+    auto print = [&](TparamCurve* x, TparamCurve* y, TparamCurve* z, float t) {
+        std::printf(" %6.1f %6.1f %6.1f   ", x->evaluate(t) / toRadians, y->evaluate(t) / toRadians,
+                    z->evaluate(t) / toRadians);
+    };
+    for (float t = 0.0f; t <= 2.01f; t += 0.25f) {
+        std::printf("  %5.2f ", t);
+        print(&eulerCurves[0], &eulerCurves[1], &eulerCurves[2], t);
+        for (auto const& triple : triples) {
+            print(triple->channel(0), triple->channel(1), triple->channel(2), t);
+        }
+        std::printf("\n");
+    }
+}
+
 }  // namespace
 
 int main()
@@ -482,5 +536,6 @@ int main()
     showAccountant();
     showSelectionAndTangents();
     showMovingAndScaling();
+    showRotation();
     return 0;
 }

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <memory>
 
 using namespace keel_rotation;
@@ -157,14 +158,20 @@ bool TparamCurve::updateQuaternionEulerCache(bool force)
 bool TparamCurve::updateQuaternionEulerCache(TparamCurve** curves, bool force)
 {
     if (curves == nullptr || curves[0] == nullptr || curves[1] == nullptr || curves[2] == nullptr ||
-        curves[0]->keyframeCountAll() == 0 || !inStep(curves)) {
+        curves[0]->keyframeCountAll() == 0) {
         return false;
     }
-    bool const complete = curves[0]->keyframe(0)->eulerSampleCache() != nullptr &&
-                          curves[1]->keyframe(0)->eulerSampleCache() != nullptr &&
-                          curves[2]->keyframe(0)->eulerSampleCache() != nullptr;
-    if (complete && !force) {
+    // A complete cache was built in step, and every edit since would have
+    // dropped it.
+    auto const sampled = [](TparamCurve const* curve) {
+        Tkeyframe const* first = curve->keyframe(0);
+        return first != nullptr && first->eulerSampleCache() != nullptr;
+    };
+    if (!force && sampled(curves[0]) && sampled(curves[1]) && sampled(curves[2])) {
         return true;
+    }
+    if (!inStep(curves)) {
+        return false;
     }
     Tquaternion first;
     keyRotation(curves, 0, first);
@@ -187,6 +194,29 @@ TrotateXYZ TparamCurve::evaluateQuaternionAsEuler(TtimeValue const& time)
     return angles.closestTo(pathReference(triple, static_cast<float>(time.seconds())));
 }
 
+namespace {
+
+// The angles of the last rotation a thread evaluated: a host evaluates the
+// three channels of a triple at one time in a row, and the rotation is the
+// same for all three.
+struct TlastRotation {
+    TparamCurve const* fTriple[3] = {nullptr, nullptr, nullptr};
+    std::uint32_t fTime = 0;
+    bool fTicks = false;
+    unsigned fGeneration = 0;
+    TrotateXYZ fAngles;
+
+    bool holds(TparamCurve* const triple[3], TtimeValue const& time, unsigned generation) const
+    {
+        return fTriple[0] == triple[0] && fTriple[1] == triple[1] && fTriple[2] == triple[2] &&
+               fTime == time.rawSlot() && fTicks == time.isTicks() && fGeneration == generation;
+    }
+};
+
+thread_local TlastRotation tLastRotation;
+
+}  // namespace
+
 double TparamCurve::evaluateQuaternionAsEulerComponent(TtimeValue const& time, bool* incomplete)
 {
     TparamCurve* triple[3];
@@ -199,5 +229,13 @@ double TparamCurve::evaluateQuaternionAsEulerComponent(TtimeValue const& time, b
     if (channel < 0) {
         return 0.0;
     }
-    return component(evaluateQuaternionAsEuler(time), channel);
+    unsigned const generation = TrotationHook::fsGeneration.load(std::memory_order_relaxed);
+    if (!tLastRotation.holds(triple, time, generation)) {
+        tLastRotation = {{triple[0], triple[1], triple[2]},
+                         time.rawSlot(),
+                         time.isTicks(),
+                         generation,
+                         evaluateQuaternionAsEuler(time)};
+    }
+    return component(tLastRotation.fAngles, channel);
 }

@@ -109,6 +109,7 @@ double TcurveEvaluator::evaluateAsRotation(TparamCurve& curve, TevalTime time)
 
 TrotationHook::TeulerComponent TrotationHook::fsEulerComponent = nullptr;
 TrotationHook::TkeyComponents TrotationHook::fsKeyComponents = nullptr;
+std::atomic<unsigned> TrotationHook::fsGeneration{0};
 
 // A time within the keys' range (or before the first key / after the last
 // with constant infinities) on a curve that is not static.

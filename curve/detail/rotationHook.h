@@ -2,6 +2,8 @@
 
 #include "keelanim/base/animTime.h"
 
+#include <atomic>
+
 class TparamCurve;
 
 // How evaluation reaches the rotation subsystem, which stands above the
@@ -18,4 +20,7 @@ struct TrotationHook {
     // component (w on the Z channel). False for an incomplete triple.
     using TkeyComponents = bool (*)(TparamCurve& curve, TtimeValue const& time, double& value, double& aux);
     static TkeyComponents fsKeyComponents;
+    // Counts the drops of Euler caches of any rotation channel: what the
+    // rotation subsystem remembers between calls is valid while it stays.
+    static std::atomic<unsigned> fsGeneration;
 };
