@@ -29,7 +29,7 @@ public:
     // a vanishing axis.
     static Tquaternion fromAxisAngle(double ax, double ay, double az, double radians);
 
-    static Tquaternion const identity;
+    static Tquaternion const identity;  // NOLINT(readability-identifier-naming): the name hosts know
 
     double x() const { return fX; }
     double y() const { return fY; }
