@@ -74,6 +74,9 @@ TparamCurve& TparamCurve::operator=(TparamCurve const& other)
 TparamCurve::~TparamCurve()
 {
     delete fEditSession;
+    // The host's hooks may name curves already gone: a curve being deleted
+    // asks nothing more of them.
+    fHostHooksEnabled = false;
     announceDeletion();
     globalMsgDepot().forgetCurve(this);
     delete fTangentJournal;
