@@ -131,6 +131,14 @@ bool TparamCurve::boundingBox(unsigned span, float& t0, double& vMin, float& t1,
     }
     t0 = seconds(first);
     t1 = seconds(second);
+    // A rotation channel evaluated through its triple spans the angles its
+    // Euler samples hold, not its stored quaternion components.
+    if (float const* samples = evaluatesAsQuaternion() ? first->eulerSampleCache() : nullptr) {
+        auto const [low, high] = std::minmax_element(samples, samples + Tkeyframe::kEulerSamples);
+        vMin = *low;
+        vMax = *high;
+        return true;
+    }
     vMin = std::min(first->value(), second->value());
     vMax = std::max(first->value(), second->value());
     if (!exact) {

@@ -145,6 +145,10 @@ TEST(RotationTriple, EulerCacheFollowsEdits)
     Ttriple triple({{0.0f, 0.0}, {1.0f, 90.0}, {2.0f, 120.0}}, TparamCurveEnums::kQuaternionSlerp);
     EXPECT_NEAR(triple.zDegrees(0.5f), 45.0, 1e-3);
     ASSERT_NE(triple.fZ->keyframe(0)->eulerSampleCache(), nullptr);
+    float t0 = 0, t1 = 0;
+    double low = 0, high = 0;
+    ASSERT_TRUE(triple.fZ->boundingBox(0, t0, low, t1, high, false));
+    EXPECT_NEAR(high * 180.0 / kPi, 90.0, 1e-3) << "the bounds of the angles, from the samples";
     triple.fLink.setKey(TtimeValue(1.0f), TrotateXYZ{0.0, 0.0, 30.0 * kPi / 180.0}, kTangentSpline, kTangentSpline);
     EXPECT_EQ(triple.fZ->keyframe(0)->eulerSampleCache(), nullptr);
     EXPECT_NEAR(triple.zDegrees(0.5f), 15.0, 1e-3);
