@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace tinygltf {
+class Model;
+}
+
+// Reading glTF files for import and checking what export wrote. Every
+// failure names the file and the place (as a path like
+// animations/0/samplers/1/output) and goes through fail().
+
+// Loads a .gltf (JSON) or .glb (binary, told by its magic bytes) file with
+// its buffers; images are not decoded.
+void loadGltf(std::string const& path, tinygltf::Model& model);
+
+// The elements of accessor `index` as floats, `components` per element
+// (normalised integers are mapped to [-1, 1] or [0, 1] as glTF defines).
+// Fails when the accessor or its views reach outside their buffers, when
+// the accessor is sparse, or when an element is not finite.
+std::vector<float> readAccessor(tinygltf::Model const& model, int index, std::string const& file,
+                                std::string const& place, int& components);
