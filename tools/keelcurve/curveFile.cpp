@@ -176,7 +176,8 @@ public:
         for (std::size_t i = 0; i < curves.size(); ++i) {
             std::string const path = "/curves/" + std::to_string(i);
             set.push_back(readCurve(curves[i], path));
-            expect(names.insert(set.back().fName).second, path + "/name", "a second curve named '" + set.back().fName + "'");
+            expect(names.insert(set.back().fName).second, path + "/name",
+                   "a second curve named '" + set.back().fName + "'");
         }
         return set;
     }
@@ -310,7 +311,8 @@ private:
     void expectAfter(Tkeyframe const& previous, Tkeyframe const& key, std::string const& path) const
     {
         double const gap = key.seconds() - previous.seconds();
-        bool const sameTime = key.isTickTime() ? key.animTime() == previous.animTime() : std::fabs(gap) < kTimeTolerance;
+        bool const sameTime =
+            key.isTickTime() ? key.animTime() == previous.animTime() : std::fabs(gap) < kTimeTolerance;
         expect(!sameTime, path, "duplicate key time");
         expect(gap > 0.0, path, "key times are not increasing");
     }

@@ -32,16 +32,11 @@ std::string directoryOf(std::string const& path)
 int componentsOf(int type)
 {
     switch (type) {
-    case TINYGLTF_TYPE_SCALAR:
-        return 1;
-    case TINYGLTF_TYPE_VEC2:
-        return 2;
-    case TINYGLTF_TYPE_VEC3:
-        return 3;
-    case TINYGLTF_TYPE_VEC4:
-        return 4;
-    default:
-        return 0;
+    case TINYGLTF_TYPE_SCALAR: return 1;
+    case TINYGLTF_TYPE_VEC2: return 2;
+    case TINYGLTF_TYPE_VEC3: return 3;
+    case TINYGLTF_TYPE_VEC4: return 4;
+    default: return 0;
     }
 }
 
@@ -55,10 +50,8 @@ float readComponent(unsigned char const* bytes, int componentType)
         std::memcpy(&value, bytes, sizeof value);
         return value;
     }
-    case TINYGLTF_COMPONENT_TYPE_BYTE:
-        return std::fmax(float(static_cast<std::int8_t>(bytes[0])) / 127.0f, -1.0f);
-    case TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE:
-        return float(bytes[0]) / 255.0f;
+    case TINYGLTF_COMPONENT_TYPE_BYTE: return std::fmax(float(static_cast<std::int8_t>(bytes[0])) / 127.0f, -1.0f);
+    case TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE: return float(bytes[0]) / 255.0f;
     case TINYGLTF_COMPONENT_TYPE_SHORT: {
         std::int16_t value = 0;
         std::memcpy(&value, bytes, sizeof value);
@@ -69,24 +62,19 @@ float readComponent(unsigned char const* bytes, int componentType)
         std::memcpy(&value, bytes, sizeof value);
         return float(value) / 65535.0f;
     }
-    default:
-        return NAN;
+    default: return NAN;
     }
 }
 
 std::uint64_t componentBytes(int componentType)
 {
     switch (componentType) {
-    case TINYGLTF_COMPONENT_TYPE_FLOAT:
-        return 4;
+    case TINYGLTF_COMPONENT_TYPE_FLOAT: return 4;
     case TINYGLTF_COMPONENT_TYPE_BYTE:
-    case TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE:
-        return 1;
+    case TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE: return 1;
     case TINYGLTF_COMPONENT_TYPE_SHORT:
-    case TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT:
-        return 2;
-    default:
-        return 0;
+    case TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT: return 2;
+    default: return 0;
     }
 }
 
@@ -146,10 +134,10 @@ std::vector<float> readAccessor(tinygltf::Model const& model, int index, std::st
     // Each term is bounded by the buffer size before the next is added, so
     // the sums cannot wrap.
     bool const viewFits = view.byteOffset <= buffer.size() && view.byteLength <= buffer.size() - view.byteOffset;
-    bool const accessorFits = viewFits && accessor.byteOffset <= view.byteLength && count <= view.byteLength &&
-                              (count == 0 || (stride <= view.byteLength && elementBytes <= view.byteLength &&
-                                              accessor.byteOffset + (count - 1) * stride + elementBytes <=
-                                                  view.byteLength));
+    bool const accessorFits =
+        viewFits && accessor.byteOffset <= view.byteLength && count <= view.byteLength &&
+        (count == 0 || (stride <= view.byteLength && elementBytes <= view.byteLength &&
+                        accessor.byteOffset + (count - 1) * stride + elementBytes <= view.byteLength));
     if (!accessorFits) {
         fail(file, where, "accessor out of range of its buffer");
     }
@@ -158,8 +146,8 @@ std::vector<float> readAccessor(tinygltf::Model const& model, int index, std::st
     unsigned char const* base = buffer.data() + view.byteOffset + accessor.byteOffset;
     for (std::uint64_t element = 0; element < count; ++element) {
         for (int component = 0; component < components; ++component) {
-            float const value = readComponent(base + element * stride + std::uint64_t(component) * size,
-                                              accessor.componentType);
+            float const value =
+                readComponent(base + element * stride + std::uint64_t(component) * size, accessor.componentType);
             if (!std::isfinite(value)) {
                 fail(file, where, "element " + std::to_string(element) + " is not a finite number");
             }

@@ -123,9 +123,9 @@ std::vector<double> unionOfKeyTimes(Tchannel const& channel)
         }
     }
     std::sort(times.begin(), times.end());
-    times.erase(std::unique(times.begin(), times.end(),
-                            [](double a, double b) { return std::fabs(b - a) < kTimeTolerance; }),
-                times.end());
+    times.erase(
+        std::unique(times.begin(), times.end(), [](double a, double b) { return std::fabs(b - a) < kTimeTolerance; }),
+        times.end());
     return times;
 }
 
@@ -140,9 +140,9 @@ std::vector<double> bakeTimes(std::vector<double> times, double fps)
         times.push_back(first + frame / fps);
     }
     std::sort(times.begin(), times.end());
-    times.erase(std::unique(times.begin(), times.end(),
-                            [](double a, double b) { return std::fabs(b - a) < kTimeTolerance; }),
-                times.end());
+    times.erase(
+        std::unique(times.begin(), times.end(), [](double a, double b) { return std::fabs(b - a) < kTimeTolerance; }),
+        times.end());
     return times;
 }
 
@@ -315,12 +315,9 @@ private:
 char const* interpolationName(Tmode mode)
 {
     switch (mode) {
-    case Tmode::kStep:
-        return "STEP";
-    case Tmode::kCubic:
-        return "CUBICSPLINE";
-    default:
-        return "LINEAR";
+    case Tmode::kStep: return "STEP";
+    case Tmode::kCubic: return "CUBICSPLINE";
+    default: return "LINEAR";
     }
 }
 
@@ -464,7 +461,8 @@ void addExportCommand(CLI::App& app)
                                                           "CUBICSPLINE; other spans baked)");
     command->add_option("curves", args->fInput, "Curve file (JSON)")->required();
     command->add_option("-o,--output", args->fOutput, "out.gltf or out.glb")->required();
-    command->add_option("--bake-fps", args->fOptions.fBakeFps, "Samples per second for spans glTF cannot hold "
-                                                               "(default 30)");
+    command->add_option("--bake-fps", args->fOptions.fBakeFps,
+                        "Samples per second for spans glTF cannot hold "
+                        "(default 30)");
     command->callback([args] { runExport(*args); });
 }

@@ -98,11 +98,12 @@ private:
             if (channel.sampler < 0 || std::size_t(channel.sampler) >= animation.samplers.size()) {
                 fail(fPath, place, "no sampler " + std::to_string(channel.sampler));
             }
-            std::string const samplerPlace = "animations/" + std::to_string(a) + "/samplers/" +
-                                             std::to_string(channel.sampler);
+            std::string const samplerPlace =
+                "animations/" + std::to_string(a) + "/samplers/" + std::to_string(channel.sampler);
             Tsamples const samples =
                 readSamples(animation.samplers[std::size_t(channel.sampler)], channel.target_path, samplerPlace);
-            TcurveTarget target{animationLabel(a), fNodeLabels[std::size_t(channel.target_node)], channel.target_path, 0};
+            TcurveTarget target{animationLabel(a), fNodeLabels[std::size_t(channel.target_node)], channel.target_path,
+                                0};
             if (channel.target_path == "rotation") {
                 fWarnings.push_back(fPath + ": " + place + ": rotation of " + target.fNode +
                                     " imported as four per-component curves (no rotation curves yet)");
@@ -151,8 +152,8 @@ private:
         bool const whole = samples.fValues.size() == samples.fTimes.size() * perKey && perKey % blocks == 0;
         if (!whole || samples.fComponents == 0 || perKey != blocks * std::size_t(samples.fComponents) ||
             (expected != 0 && outputComponents != expected)) {
-            fail(fPath, place + "/output", "output count does not match " + std::to_string(samples.fTimes.size()) +
-                                               " keys of " + path);
+            fail(fPath, place + "/output",
+                 "output count does not match " + std::to_string(samples.fTimes.size()) + " keys of " + path);
         }
         return samples;
     }
@@ -187,14 +188,15 @@ private:
         TnamedCurve named;
         std::string const component = target.fPath == "weights" ? std::to_string(target.fComponent)
                                                                 : kVectorComponents[std::size_t(target.fComponent)];
-        named.fName = (nameAnimation ? target.fAnimation + "/" : "") + target.fNode + "/" + target.fPath + "/" + component;
+        named.fName =
+            (nameAnimation ? target.fAnimation + "/" : "") + target.fNode + "/" + target.fPath + "/" + component;
         named.fTarget = target;
         named.fCurve = std::make_unique<TparamCurve>(!fOptions.fTicks);
         TparamCurve& curve = *named.fCurve;
         curve.setCurveFlag(TparamCurve::kWeightedBit, false);
         bool const cubic = samples.fInterpolation == Tinterpolation::kCubicSpline;
-        TtangentType const type = cubic ? kTangentFixed
-                                        : (samples.fInterpolation == Tinterpolation::kStep ? kTangentStep : kTangentLinear);
+        TtangentType const type =
+            cubic ? kTangentFixed : (samples.fInterpolation == Tinterpolation::kStep ? kTangentStep : kTangentLinear);
         for (std::size_t k = 0; k < samples.fTimes.size(); ++k) {
             Tkeyframe key = makeKey(samples.fTimes[k], samples.at(k, 1, target.fComponent), type);
             if (cubic) {

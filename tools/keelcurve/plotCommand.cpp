@@ -33,8 +33,9 @@ TplotOptions plotOptions(TplotArgs const& args)
     options.fHandles = args.fHandles;
     if (args.fWidth < kMinPlotSize || args.fWidth > kMaxPlotSize || args.fHeight < kMinPlotSize ||
         args.fHeight > kMaxPlotSize) {
-        fail("keelcurve", "--width/--height", "width and height must lie between " + std::to_string(kMinPlotSize) + " and " +
-                                        std::to_string(kMaxPlotSize));
+        fail("keelcurve", "--width/--height",
+             "width and height must lie between " + std::to_string(kMinPlotSize) + " and " +
+                 std::to_string(kMaxPlotSize));
     }
     options.fWidth = args.fWidth;
     options.fHeight = args.fHeight;

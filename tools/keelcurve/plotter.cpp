@@ -157,14 +157,12 @@ void appendSpan(cairo_t* cr, Tframe const& frame, TparamCurve& curve, unsigned s
     double const v0 = curve.value(span);
     double const v1 = curve.value(span + 1);
     if (auto const cubic = cubicSpan(curve, span)) {
-        cairo_curve_to(cr, frame.x(cubic->fX[1]), frame.y(cubic->fY[1]), frame.x(cubic->fX[2]),
-                       frame.y(cubic->fY[2]), frame.x(cubic->fX[3]), frame.y(cubic->fY[3]));
+        cairo_curve_to(cr, frame.x(cubic->fX[1]), frame.y(cubic->fY[1]), frame.x(cubic->fX[2]), frame.y(cubic->fY[2]),
+                       frame.x(cubic->fX[3]), frame.y(cubic->fY[3]));
         return;
     }
     switch (spanKind(curve, span)) {
-    case TspanKind::kLinear:
-        cairo_line_to(cr, frame.x(t1), frame.y(v1));
-        return;
+    case TspanKind::kLinear: cairo_line_to(cr, frame.x(t1), frame.y(v1)); return;
     case TspanKind::kStep:
         cairo_line_to(cr, frame.x(t1), frame.y(v0));
         cairo_line_to(cr, frame.x(t1), frame.y(v1));
@@ -173,9 +171,7 @@ void appendSpan(cairo_t* cr, Tframe const& frame, TparamCurve& curve, unsigned s
         cairo_line_to(cr, frame.x(t0), frame.y(v1));
         cairo_line_to(cr, frame.x(t1), frame.y(v1));
         return;
-    default:
-        sampledSpan(cr, frame, curve, t0, t1);
-        cairo_line_to(cr, frame.x(t1), frame.y(v1));
+    default: sampledSpan(cr, frame, curve, t0, t1); cairo_line_to(cr, frame.x(t1), frame.y(v1));
     }
 }
 
@@ -359,7 +355,8 @@ TplotFormat plotFormatOf(std::string const& outputPath)
 {
     auto const endsWith = [&outputPath](char const* suffix) {
         std::string const tail(suffix);
-        return outputPath.size() >= tail.size() && outputPath.compare(outputPath.size() - tail.size(), tail.size(), tail) == 0;
+        return outputPath.size() >= tail.size() &&
+               outputPath.compare(outputPath.size() - tail.size(), tail.size(), tail) == 0;
     };
     if (endsWith(".svg")) {
         return TplotFormat::kSvg;

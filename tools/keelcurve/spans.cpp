@@ -8,18 +8,12 @@ namespace {
 TspanKind segmentKind(TinterpolatorType type)
 {
     switch (type) {
-    case kInterpolatorHermite:
-        return TspanKind::kHermite;
-    case kInterpolatorBezier:
-        return TspanKind::kBezier;
-    case kInterpolatorSine:
-        return TspanKind::kSine;
-    case kInterpolatorParabolic:
-        return TspanKind::kParabolic;
-    case kInterpolatorLog:
-        return TspanKind::kLog;
-    default:
-        return TspanKind::kOther;
+    case kInterpolatorHermite: return TspanKind::kHermite;
+    case kInterpolatorBezier: return TspanKind::kBezier;
+    case kInterpolatorSine: return TspanKind::kSine;
+    case kInterpolatorParabolic: return TspanKind::kParabolic;
+    case kInterpolatorLog: return TspanKind::kLog;
+    default: return TspanKind::kOther;
     }
 }
 
@@ -53,24 +47,15 @@ TcubicSpan bezierOfPowerForm(ThermiteCubic const& cubic, double length, double e
 char const* spanKindName(TspanKind kind)
 {
     switch (kind) {
-    case TspanKind::kHermite:
-        return "hermite";
-    case TspanKind::kBezier:
-        return "bezier";
-    case TspanKind::kLinear:
-        return "linear";
-    case TspanKind::kStep:
-        return "step";
-    case TspanKind::kStepNext:
-        return "stepNext";
-    case TspanKind::kSine:
-        return "sine";
-    case TspanKind::kParabolic:
-        return "parabolic";
-    case TspanKind::kLog:
-        return "log";
-    case TspanKind::kOther:
-        break;
+    case TspanKind::kHermite: return "hermite";
+    case TspanKind::kBezier: return "bezier";
+    case TspanKind::kLinear: return "linear";
+    case TspanKind::kStep: return "step";
+    case TspanKind::kStepNext: return "stepNext";
+    case TspanKind::kSine: return "sine";
+    case TspanKind::kParabolic: return "parabolic";
+    case TspanKind::kLog: return "log";
+    case TspanKind::kOther: break;
     }
     return "other";
 }
@@ -79,14 +64,10 @@ TspanKind spanKind(TparamCurve const& curve, unsigned span)
 {
     Tkeyframe const* key = curve.keyframe(span);
     switch (key->interpMethod()) {
-    case Tkeyframe::kInterpLinear:
-        return TspanKind::kLinear;
-    case Tkeyframe::kInterpStep:
-        return TspanKind::kStep;
-    case Tkeyframe::kInterpStepNext:
-        return TspanKind::kStepNext;
-    case Tkeyframe::kInterpSegment:
-        break;
+    case Tkeyframe::kInterpLinear: return TspanKind::kLinear;
+    case Tkeyframe::kInterpStep: return TspanKind::kStep;
+    case Tkeyframe::kInterpStepNext: return TspanKind::kStepNext;
+    case Tkeyframe::kInterpSegment: break;
     }
     return segmentKind(T2dAnimCurve::desiredInterpolatorType(curve.isWeighted(), key));
 }

@@ -13,7 +13,8 @@ void fail(std::string const& file, std::string const& place, std::string const& 
         message += place + ": ";
     }
     std::string oneLine = what;
-    std::replace_if(oneLine.begin(), oneLine.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    std::replace_if(
+        oneLine.begin(), oneLine.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
     while (!oneLine.empty() && oneLine.back() == ' ') {
         oneLine.pop_back();
     }
