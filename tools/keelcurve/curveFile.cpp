@@ -62,6 +62,10 @@ constexpr std::array<Tword<Tkeyframe::TflagBit>, 5> kFlagWords{{
     {Tkeyframe::kTickDrawSpecialBit, "tickDrawSpecial"},
 }};
 
+// Doubles below this in magnitude round to a finite float: FLT_MAX plus half
+// its last place. The shortest decimal of FLT_MAX itself lies above FLT_MAX.
+double const kFloatRoundingLimit = double(FLT_MAX) + std::ldexp(1.0, 103);
+
 constexpr char const* kSecondsForm = "seconds";
 constexpr char const* kTicksForm = "ticks";
 
@@ -215,7 +219,7 @@ private:
     float single(Tjson const& value, std::string const& path) const
     {
         double const number = finite(value, path);
-        expect(std::fabs(number) <= double(FLT_MAX), path, "beyond the range of a float");
+        expect(std::fabs(number) < kFloatRoundingLimit, path, "beyond the range of a float");
         return static_cast<float>(number);
     }
 
@@ -392,13 +396,34 @@ std::string lineAndColumn(std::string const& text, std::size_t offset)
     return "line " + std::to_string(line) + ", column " + std::to_string(column);
 }
 
-// nlohmann's message without its own "[json.exception...] parse error at
-// line L, column C:" preamble, which the tool words itself.
-std::string syntaxProblem(nlohmann::json::parse_error const& error)
+// A number too large for a double stops the parser without a position; its
+// message quotes the number, whose first appearance is the place.
+std::string placeOfToken(std::string const& text, std::string const& message)
 {
-    std::string const message = error.what();
+    std::size_t const open = message.find('\'');
+    std::size_t const close = message.rfind('\'');
+    if (open == std::string::npos || close <= open + 1) {
+        return "";
+    }
+    std::size_t const at = text.find(message.substr(open + 1, close - open - 1));
+    return at == std::string::npos ? "" : lineAndColumn(text, at);
+}
+
+// nlohmann's message without its "[json.exception...]" tag and, for syntax
+// errors, without the "parse error at line L, column C:" that the tool
+// words itself.
+std::string syntaxProblem(nlohmann::json::exception const& error)
+{
+    std::string message = error.what();
+    std::size_t const tagEnd = message.find("] ");
+    if (message.starts_with("[") && tagEnd != std::string::npos) {
+        message.erase(0, tagEnd + 2);
+    }
     std::size_t const colon = message.find(": ");
-    return colon == std::string::npos ? message : message.substr(colon + 2);
+    if (message.starts_with("parse error") && colon != std::string::npos) {
+        message.erase(0, colon + 2);
+    }
+    return message;
 }
 
 }  // namespace
@@ -434,6 +459,8 @@ TcurveSet curvesFromText(std::string const& text, std::string const& fileName)
     } catch (nlohmann::json::parse_error const& error) {
         std::size_t const offset = error.byte > 0 ? error.byte - 1 : 0;
         fail(fileName, lineAndColumn(text, offset), syntaxProblem(error));
+    } catch (nlohmann::json::out_of_range const& error) {
+        fail(fileName, placeOfToken(text, error.what()), syntaxProblem(error));
     }
     return TcurveReader(fileName).read(document);
 }
