@@ -66,6 +66,7 @@ constexpr std::array<Tword<Tkeyframe::TflagBit>, 5> kFlagWords{{
 // its last place. The shortest decimal of FLT_MAX itself lies above FLT_MAX.
 double const kFloatRoundingLimit = double(FLT_MAX) + std::ldexp(1.0, 103);
 
+constexpr char const* kFormatName = "keelcurve";
 constexpr char const* kSecondsForm = "seconds";
 constexpr char const* kTicksForm = "ticks";
 
@@ -170,6 +171,8 @@ public:
     TcurveSet read(Tjson const& document) const
     {
         expect(document.is_object(), "", "a curve file is a JSON object");
+        auto const format = document.find("format");
+        expect(format == document.end() || *format == kFormatName, "/format", "not a keelcurve curve file");
         Tjson const& version = member(document, "", "version");
         expect(version.is_number_integer() && version.get<std::int64_t>() == kCurveFormatVersion, "/version",
                "unsupported version (this tool reads version " + std::to_string(kCurveFormatVersion) + ")");
@@ -441,7 +444,7 @@ char const* infinityWord(TparamCurveEnums::TinfinityType type)
 std::string curvesToText(TcurveSet const& curves)
 {
     Tjson document;
-    document["format"] = "keelcurve";
+    document["format"] = kFormatName;
     document["version"] = kCurveFormatVersion;
     Tjson list = Tjson::array();
     for (TnamedCurve const& named : curves) {

@@ -42,6 +42,7 @@ constexpr double kHandleRadius = 2.5;
 constexpr double kInfinityDash = 6.0;
 constexpr double kFontSize = 12.0;
 constexpr double kTickLength = 5.0;
+constexpr double kValueTitleX = 12.0;
 constexpr double kLegendRow = 18.0;
 constexpr double kSwatch = 14.0;
 // The share of the keys' duration shown before and after them by default.
@@ -299,6 +300,11 @@ void drawAxes(cairo_t* cr, Tframe const& frame)
     cairo_rectangle(cr, frame.fLeft, frame.fTop, frame.fWidth, frame.fHeight);
     cairo_stroke(cr);
     label(cr, frame.fLeft + frame.fWidth / 2.0, bottom + kMarginBottom - 6.0, "time (s)", 0.5, 1.0);
+    cairo_save(cr);
+    cairo_translate(cr, kValueTitleX, frame.fTop + frame.fHeight / 2.0);
+    cairo_rotate(cr, -M_PI / 2.0);
+    label(cr, 0.0, 0.0, "value", 0.5, 0.5);
+    cairo_restore(cr);
 }
 
 void drawLegend(cairo_t* cr, TcurveSet const& curves, double left, double top)
