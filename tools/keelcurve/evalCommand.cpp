@@ -22,6 +22,8 @@ namespace {
 constexpr double kMaxSamples = 5e7;
 // Bakes with fewer evaluations than this finish too fast to need progress.
 constexpr double kProgressThreshold = 2e5;
+// Samples between two looks at the progress line.
+constexpr std::size_t kProgressStride = 4096;
 
 struct TevalArgs {
     std::string fInput;
@@ -96,15 +98,18 @@ Tsamples sample(TcurveSet const& curves, std::vector<double> const& times)
 {
     Tsamples samples;
     samples.fTimes = times;
-    Tprogress progress(double(times.size()) * double(curves.size()));
+    std::size_t const total = times.size() * curves.size();
+    Tprogress progress{double(total)};
     for (std::size_t c = 0; c < curves.size(); ++c) {
         std::vector<double> values;
         values.reserve(times.size());
         for (double const t : times) {
             values.push_back(curves[c].fCurve->evaluate(static_cast<float>(t)));
+            if (values.size() % kProgressStride == 0) {
+                progress.update(c * times.size() + values.size(), total);
+            }
         }
         samples.fValues.push_back(std::move(values));
-        progress.update(c + 1, curves.size());
     }
     return samples;
 }
@@ -139,17 +144,10 @@ std::string jsonText(TcurveSet const& curves, Tsamples const& samples, double fp
     return document.dump(1) + "\n";
 }
 
-void checkTime(double t, std::string const& what)
-{
-    if (!std::isfinite(t) || std::fabs(t) > 1e30) {
-        fail("keelcurve", what, "not a usable time: " + number(t));
-    }
-}
-
 void runEval(TevalArgs const& args)
 {
     for (double const t : args.fTimes) {
-        checkTime(t, "--at");
+        checkCommandTime(t, "--at");
     }
     TcurveSet const curves = selectCurves(readCurveFile(args.fInput), args.fCurves, args.fInput);
     std::fputs(csvText(curves, sample(curves, args.fTimes)).c_str(), stdout);
@@ -158,21 +156,21 @@ void runEval(TevalArgs const& args)
 std::vector<double> bakeTimes(TbakeArgs const& args, TcurveSet const& curves)
 {
     if (!std::isfinite(args.fFps) || args.fFps <= 0.0) {
-        fail("keelcurve", "--fps", "the frame rate must be a positive number");
+        failOption("--fps", "the frame rate must be a positive number");
     }
     double first = 0.0;
     double last = 0.0;
     keyTimeRange(curves, first, last);
     double const start = args.fStart.value_or(first);
     double const end = args.fEnd.value_or(last);
-    checkTime(start, "--start");
-    checkTime(end, "--end");
+    checkCommandTime(start, "--start");
+    checkCommandTime(end, "--end");
     if (end < start) {
-        fail("keelcurve", "--end", "the end comes before the start");
+        failOption("--end", "the end comes before the start");
     }
     double const frames = std::floor((end - start) * args.fFps + 1e-9);
     if (frames + 1.0 > kMaxSamples) {
-        fail("keelcurve", "--fps", "too many samples (" + number(frames + 1.0) + ")");
+        failOption("--fps", "too many samples (" + number(frames + 1.0) + ")");
     }
     std::vector<double> times;
     for (double frame = 0.0; frame <= frames; frame += 1.0) {

@@ -80,6 +80,14 @@ std::uint64_t componentBytes(int componentType)
 
 }  // namespace
 
+int gltfPathComponents(std::string const& path)
+{
+    if (path == "translation" || path == "scale") {
+        return 3;
+    }
+    return path == "rotation" ? 4 : 0;
+}
+
 void loadGltf(std::string const& path, tinygltf::Model& model)
 {
     std::string const bytes = readWholeFile(path);

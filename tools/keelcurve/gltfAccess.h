@@ -11,6 +11,11 @@ class Model;
 // failure names the file and the place (as a path like
 // animations/0/samplers/1/output) and goes through fail().
 
+// Components per key of a channel's target path: 3 for translation and
+// scale, 4 for rotation; 0 for morph weights (their count comes from the
+// data) and for paths the tool does not know.
+int gltfPathComponents(std::string const& path);
+
 // Loads a .gltf (JSON) or .glb (binary, told by its magic bytes) file with
 // its buffers; images are not decoded.
 void loadGltf(std::string const& path, tinygltf::Model& model);

@@ -2,6 +2,7 @@
 
 #include "commands.h"
 #include "curveFile.h"
+#include "gltfAccess.h"
 #include "outputFile.h"
 #include "spans.h"
 #include "toolError.h"
@@ -16,6 +17,9 @@
 #include <memory>
 
 namespace {
+
+// A baked channel with more samples than this is refused.
+constexpr double kMaxBakedSamples = 1e7;
 
 enum class Tmode { kNone, kStep, kLinear, kCubic, kBake };
 
@@ -36,14 +40,6 @@ double restValue(std::string const& path, std::size_t component)
     return 0.0;
 }
 
-std::size_t pathComponents(std::string const& path)
-{
-    if (path == "translation" || path == "scale") {
-        return 3;
-    }
-    return path == "rotation" ? 4 : 0;
-}
-
 std::vector<Tchannel> channelsOf(TcurveSet const& curves)
 {
     std::vector<Tchannel> channels;
@@ -54,8 +50,9 @@ std::vector<Tchannel> channelsOf(TcurveSet const& curves)
                    channel.fPath == target.fPath;
         });
         if (found == channels.end()) {
-            channels.push_back(Tchannel{target.fAnimation, target.fNode, target.fPath,
-                                        std::vector<TparamCurve*>(pathComponents(target.fPath), nullptr)});
+            channels.push_back(
+                Tchannel{target.fAnimation, target.fNode, target.fPath,
+                         std::vector<TparamCurve*>(std::size_t(gltfPathComponents(target.fPath)), nullptr)});
             found = channels.end() - 1;
         }
         std::size_t const component = static_cast<std::size_t>(target.fComponent);
@@ -114,6 +111,16 @@ bool infinitiesStayConstant(TparamCurve const& curve, double first, double last)
 
 // --- Sampling a channel ---------------------------------------------------------------
 
+// Sorted, with times closer than the engine's key tolerance merged.
+std::vector<double> sortedDistinct(std::vector<double> times)
+{
+    std::sort(times.begin(), times.end());
+    times.erase(
+        std::unique(times.begin(), times.end(), [](double a, double b) { return std::fabs(b - a) < kTimeTolerance; }),
+        times.end());
+    return times;
+}
+
 std::vector<double> unionOfKeyTimes(Tchannel const& channel)
 {
     std::vector<double> times;
@@ -122,11 +129,7 @@ std::vector<double> unionOfKeyTimes(Tchannel const& channel)
             times.push_back(keySeconds(*curve, k));
         }
     }
-    std::sort(times.begin(), times.end());
-    times.erase(
-        std::unique(times.begin(), times.end(), [](double a, double b) { return std::fabs(b - a) < kTimeTolerance; }),
-        times.end());
-    return times;
+    return sortedDistinct(std::move(times));
 }
 
 std::vector<double> bakeTimes(std::vector<double> times, double fps)
@@ -136,14 +139,14 @@ std::vector<double> bakeTimes(std::vector<double> times, double fps)
     }
     double const first = times.front();
     double const frames = std::floor((times.back() - first) * fps);
+    if (frames > kMaxBakedSamples) {
+        failOption("--bake-fps",
+                   "a channel would take more than " + std::to_string(long(kMaxBakedSamples)) + " samples");
+    }
     for (double frame = 1.0; frame <= frames; frame += 1.0) {
         times.push_back(first + frame / fps);
     }
-    std::sort(times.begin(), times.end());
-    times.erase(
-        std::unique(times.begin(), times.end(), [](double a, double b) { return std::fabs(b - a) < kTimeTolerance; }),
-        times.end());
-    return times;
+    return sortedDistinct(std::move(times));
 }
 
 // The index of the key of `curve` at `t`, or of the key starting the span
@@ -180,8 +183,7 @@ double tangentSlope(Tkeyframe const& key, bool in)
     return x != 0.0f ? double(y) / double(x) : 0.0;
 }
 
-// The slope of span `span` (linear or Hermite) at its end (`atEnd`) or at
-// time t inside it.
+// The slope of span `span` (linear or Hermite) at time t inside it.
 double spanSlope(TparamCurve& curve, unsigned span, double t)
 {
     if (spanKind(curve, span) == TspanKind::kLinear) {
@@ -429,7 +431,7 @@ void exportGltf(TcurveSet const& curves, TexportOptions const& options, std::str
                 std::vector<std::string>& notes)
 {
     if (!std::isfinite(options.fBakeFps) || options.fBakeFps <= 0.0 || options.fBakeFps > 1e4) {
-        fail("keelcurve", "--bake-fps", "the bake rate must lie in (0, 10000]");
+        failOption("--bake-fps", "the bake rate must lie in (0, 10000]");
     }
     bool const binary = path.ends_with(".glb");
     if (!binary && !path.ends_with(".gltf")) {

@@ -19,16 +19,6 @@ enum class Tinterpolation { kLinear, kStep, kCubicSpline };
 
 constexpr std::array<char const*, 4> kVectorComponents{"x", "y", "z", "w"};
 
-// Components per key of each target path; 0 for morph weights, whose count
-// comes from the data.
-int pathComponents(std::string const& path)
-{
-    if (path == "translation" || path == "scale") {
-        return 3;
-    }
-    return path == "rotation" ? 4 : 0;
-}
-
 // The samples of one sampler, read and checked.
 struct Tsamples {
     std::vector<float> fTimes;
@@ -144,7 +134,7 @@ private:
         samples.fValues = readAccessor(fModel, sampler.output, fPath, place + "/output", outputComponents);
         std::size_t const blocks = samples.fInterpolation == Tinterpolation::kCubicSpline ? 3 : 1;
         std::size_t const perKey = samples.fValues.size() / samples.fTimes.size();
-        int const expected = pathComponents(path);
+        int const expected = gltfPathComponents(path);
         if (expected == 0 && path != "weights") {
             fail(fPath, place, "unknown channel path '" + path + "'");
         }

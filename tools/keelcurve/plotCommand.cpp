@@ -33,19 +33,19 @@ TplotOptions plotOptions(TplotArgs const& args)
     options.fHandles = args.fHandles;
     if (args.fWidth < kMinPlotSize || args.fWidth > kMaxPlotSize || args.fHeight < kMinPlotSize ||
         args.fHeight > kMaxPlotSize) {
-        fail("keelcurve", "--width/--height",
-             "width and height must lie between " + std::to_string(kMinPlotSize) + " and " +
-                 std::to_string(kMaxPlotSize));
+        failOption("--width/--height", "width and height must lie between " + std::to_string(kMinPlotSize) + " and " +
+                                           std::to_string(kMaxPlotSize));
     }
     options.fWidth = args.fWidth;
     options.fHeight = args.fHeight;
     if (args.fFrom.has_value() != args.fTo.has_value()) {
-        fail("keelcurve", "--from/--to", "give both ends of the time range");
+        failOption("--from/--to", "give both ends of the time range");
     }
     if (args.fFrom) {
-        bool const usable = std::isfinite(*args.fFrom) && std::isfinite(*args.fTo) && *args.fTo > *args.fFrom;
-        if (!usable) {
-            fail("keelcurve", "--from/--to", "the time range must be finite and not empty");
+        checkCommandTime(*args.fFrom, "--from");
+        checkCommandTime(*args.fTo, "--to");
+        if (!(*args.fTo > *args.fFrom)) {
+            failOption("--from/--to", "the time range is empty");
         }
         options.fHasRange = true;
         options.fFrom = *args.fFrom;

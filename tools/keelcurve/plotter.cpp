@@ -54,6 +54,7 @@ constexpr double kValuePadding = 0.08;
 constexpr int kSpanSamples = 64;
 constexpr int kRangeSamples = 1024;
 constexpr int kTargetTicks = 8;
+constexpr double kMaxTicks = 4.0 * kTargetTicks;
 
 // Seconds and values to device coordinates.
 struct Tframe {
@@ -265,11 +266,17 @@ void label(cairo_t* cr, double x, double y, char const* text, double alignX, dou
 }
 
 // Grid lines and labels at each multiple of a nice step within [lo, hi].
+// None when the range is too narrow for its magnitude to hold distinct ticks.
 template <class Draw> void forEachTick(double lo, double hi, Draw draw)
 {
     double const step = niceStep(hi - lo);
-    for (double tick = std::ceil(lo / step) * step; tick <= hi; tick += step) {
-        draw(std::fabs(tick) < step * 1e-9 ? 0.0 : tick);
+    double const first = std::ceil(lo / step);
+    double const last = std::floor(hi / step);
+    if (!std::isfinite(first) || !std::isfinite(last) || last - first > kMaxTicks) {
+        return;
+    }
+    for (double n = first; n <= last; n += 1.0) {
+        draw(n == 0.0 ? 0.0 : n * step);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 #include <fstream>
 #include <sstream>
@@ -19,6 +20,18 @@ void fail(std::string const& file, std::string const& place, std::string const& 
         oneLine.pop_back();
     }
     throw TtoolFailure(message + oneLine);
+}
+
+void failOption(std::string const& option, std::string const& what)
+{
+    throw TtoolFailure(option + ": " + what);
+}
+
+void checkCommandTime(double seconds, std::string const& option)
+{
+    if (!std::isfinite(seconds) || std::fabs(seconds) > kMaxCommandTime) {
+        failOption(option, "not a usable time");
+    }
 }
 
 std::string readWholeFile(std::string const& path)
