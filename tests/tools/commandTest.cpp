@@ -241,3 +241,31 @@ TEST(ExportBakeTest, bakesWeightedCurves)
 }
 
 }  // namespace
+
+namespace {
+
+// A curve without a glTF target drives one morph weight of a node named
+// after it, and comes back under that name with its keys.
+TEST(ExportUntargetedTest, becomesAMorphWeight)
+{
+    TscratchDir scratch;
+    TcurveSet curves;
+    auto curve = std::make_unique<TparamCurve>(true);
+    for (int i = 0; i < 4; ++i) {
+        curve->add(Tkeyframe(0.5f * float(i), double(i * i) / 9.0, kTangentLinear, kTangentLinear));
+    }
+    curves.push_back(TnamedCurve{"blink", std::nullopt, std::move(curve)});
+    writeText(scratch.file("blink.json"), curvesToText(curves));
+    TrunResult const run = runKeelcurve({"export-gltf", scratch.file("blink.json"), "-o", scratch.file("blink.gltf")});
+    ASSERT_EQ(run.fStatus, 0) << run.fErr;
+    TcurveSet const back = importThroughTool(scratch, scratch.file("blink.gltf"), "back.json");
+    ASSERT_EQ(back.size(), 1u);
+    EXPECT_EQ(back[0].fName, "blink/weights/0");
+    ASSERT_EQ(back[0].fCurve->keyframeCountAll(), 4u);
+    for (unsigned k = 0; k < 4; ++k) {
+        EXPECT_EQ(back[0].fCurve->seconds(k), curves[0].fCurve->seconds(k));
+        EXPECT_NEAR(back[0].fCurve->value(k), curves[0].fCurve->value(k), kFloatTolerance);
+    }
+}
+
+}  // namespace
