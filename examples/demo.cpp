@@ -433,6 +433,7 @@ void writeSpanKindPlot(char const* path)
     try {
         TpendingOutput output(path);
         drawPlot(spanKindCurves(), options, plotFormatOf(path), output.tempPath(), path);
+        releasePlotCaches();
         output.commit();
         std::printf("\nplot of one curve per span kind and infinity type: %s\n", path);
     } catch (TtoolFailure const& failure) {

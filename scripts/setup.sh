@@ -16,6 +16,8 @@ if [ "${KEEL_BUILD_TOOLS:-ON}" != "OFF" ]; then
   [ -f /usr/include/nlohmann/json.hpp ] || missing+=(nlohmann-json3-dev)
   [ -f /usr/include/tiny_gltf.h ] || missing+=(libtinygltf-dev)
   [ -f /usr/include/cairo/cairo.h ] || missing+=(libcairo2-dev)
+  # The tool's tests check plots as XML with expat.
+  [ -f /usr/include/expat.h ] || missing+=(libexpat1-dev)
   # Real glTF 2.0 animation that the tool's tests import.
   [ -d /usr/share/assimp/models/glTF2 ] || missing+=(assimp-testmodels)
 fi

@@ -61,6 +61,7 @@ void runPlot(TplotArgs const& args)
     TcurveSet const curves = selectCurves(readCurveFile(args.fInput), args.fCurves, args.fInput);
     TpendingOutput output(args.fOutput);
     drawPlot(curves, options, format, output.tempPath(), args.fOutput);
+    releasePlotCaches();
     output.commit();
 }
 

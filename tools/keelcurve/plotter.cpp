@@ -5,6 +5,7 @@
 
 #include <cairo-svg.h>
 #include <cairo.h>
+#include <fontconfig/fontconfig.h>
 
 #include <algorithm>
 #include <array>
@@ -398,4 +399,10 @@ void drawPlot(TcurveSet const& curves, TplotOptions const& options, TplotFormat 
     }
     cairo_surface_finish(surface.get());
     expectSuccess(cairo_surface_status(surface.get()), reportedPath);
+}
+
+void releasePlotCaches()
+{
+    cairo_debug_reset_static_data();
+    FcFini();
 }
