@@ -47,7 +47,7 @@ TcurveSet everyKindOfCurve()
             named.fCurve->setPreInfinityType(infinities[n % 5]);
             named.fCurve->setPostInfinityType(infinities[(n + 2) % 5]);
             if (n % 4 == 1) {
-                named.fTarget = TcurveTarget{"take \"1\"", "Arm/ünïcode", "translation", n % 3};
+                named.fTarget = TcurveTarget{"take \"1\"", "Arm/ünïcode " + std::to_string(n), "translation", n % 3};
             }
             curves.push_back(std::move(named));
             ++n;

@@ -48,12 +48,13 @@ void writeChannelGltf(TscratchDir const& scratch, std::string const& name, std::
 std::vector<float> const kTimes{0.0f, 0.5f, 1.0f};
 std::vector<float> const kValues{0, 0, 0, 1, 2, 3, 4, 5, 6};
 
-std::string curveFile(std::string const& keys, int version = 1)
+// A file of one curve with `keys`, `members` added to the curve.
+std::string curveFile(std::string const& keys, std::string const& members = "", int version = 1)
 {
     return "{\n  \"version\": " + std::to_string(version) +
            ",\n  \"curves\": [{\"name\": \"c\", \"timeForm\": \"seconds\", \"weighted\": false,\n"
-           "    \"preInfinity\": \"constant\", \"postInfinity\": \"constant\", \"keys\": [" +
-           keys + "]}]\n}\n";
+           "    \"preInfinity\": \"constant\", \"postInfinity\": \"constant\", " +
+           members + "\"keys\": [" + keys + "]}]\n}\n";
 }
 
 std::string key(std::string const& time, std::string const& value = "1", std::string const& inType = "fixed")
@@ -150,9 +151,15 @@ std::vector<TerrorCase> errorCases()
          text(curveFile(key("0", "1e999"))),
          {"bake", "IN", "--fps", "5", "-o", "OUT.csv"},
          "line 4, column 90: number overflow parsing '1e999'"},
+        {"unknownTargetPath",
+         "target.json",
+         text(curveFile(key("0"), "\"target\": {\"animation\": \"a\", \"node\": \"n\", \"path\": \"colour\", "
+                                  "\"component\": 0}, ")),
+         {"export-gltf", "IN", "-o", "OUT.gltf"},
+         "/curves/0/target/path: unknown glTF path 'colour'"},
         {"wrongVersion",
          "version.json",
-         text(curveFile(key("0"), 7)),
+         text(curveFile(key("0"), "", 7)),
          {"plot", "IN", "-o", "OUT.svg"},
          "/version: unsupported version"},
     };

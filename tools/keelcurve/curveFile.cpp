@@ -1,10 +1,12 @@
 #include "curveFile.h"
 
+#include "gltfAccess.h"
 #include "outputFile.h"
 #include "toolError.h"
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <array>
 #include <cfloat>
 #include <charconv>
@@ -185,11 +187,20 @@ public:
             set.push_back(readCurve(curves[i], path));
             expect(names.insert(set.back().fName).second, path + "/name",
                    "a second curve named '" + set.back().fName + "'");
+            expect(!targetTaken(set), path + "/target", "a second curve for the same glTF target");
         }
         return set;
     }
 
 private:
+    // Whether the last curve's target is the target of an earlier one.
+    static bool targetTaken(TcurveSet const& set)
+    {
+        auto const& target = set.back().fTarget;
+        return target && std::any_of(set.begin(), set.end() - 1,
+                                     [&target](TnamedCurve const& named) { return named.fTarget == target; });
+    }
+
     void expect(bool condition, std::string const& path, std::string const& what) const
     {
         if (!condition) {
@@ -305,10 +316,14 @@ private:
         target.fAnimation = text(json, path, "animation");
         target.fNode = text(json, path, "node");
         target.fPath = text(json, path, "path");
+        int const components = gltfPathComponents(target.fPath);
+        expect(components != 0 || target.fPath == kWeightsPath, path + "/path",
+               "unknown glTF path '" + target.fPath + "'");
+        std::int64_t const limit = components != 0 ? components : kMaxMorphWeights;
         Tjson const& component = member(json, path, "component");
         expect(component.is_number_integer() && component.get<std::int64_t>() >= 0 &&
-                   component.get<std::int64_t>() < std::numeric_limits<int>::max(),
-               path + "/component", "expected a component index");
+                   component.get<std::int64_t>() < limit,
+               path + "/component", "expected a component index below " + std::to_string(limit));
         target.fComponent = component.get<int>();
         return target;
     }

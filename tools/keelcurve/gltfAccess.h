@@ -11,6 +11,11 @@ class Model;
 // failure names the file and the place (as a path like
 // animations/0/samplers/1/output) and goes through fail().
 
+// The target path of morph weights, whose count each file chooses, and the
+// most weights the tool takes from one channel (more is a broken file).
+inline constexpr char kWeightsPath[] = "weights";
+inline constexpr int kMaxMorphWeights = 4096;
+
 // Components per key of a channel's target path: 3 for translation and
 // scale, 4 for rotation; 0 for morph weights (their count comes from the
 // data) and for paths the tool does not know.

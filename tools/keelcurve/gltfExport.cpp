@@ -44,7 +44,7 @@ std::vector<Tchannel> channelsOf(TcurveSet const& curves)
 {
     std::vector<Tchannel> channels;
     for (TnamedCurve const& named : curves) {
-        TcurveTarget const target = named.fTarget.value_or(TcurveTarget{"keelcurve", named.fName, "weights", 0});
+        TcurveTarget const target = named.fTarget.value_or(TcurveTarget{"keelcurve", named.fName, kWeightsPath, 0});
         auto found = std::find_if(channels.begin(), channels.end(), [&target](Tchannel const& channel) {
             return channel.fAnimation == target.fAnimation && channel.fNode == target.fNode &&
                    channel.fPath == target.fPath;
@@ -354,7 +354,7 @@ std::vector<float> channelOutput(Tchannel const& channel, std::vector<double> co
 
 int outputType(std::size_t components, std::string const& path)
 {
-    if (path == "weights") {
+    if (path == kWeightsPath) {
         return TINYGLTF_TYPE_SCALAR;
     }
     return components == 4 ? TINYGLTF_TYPE_VEC4 : TINYGLTF_TYPE_VEC3;
@@ -391,7 +391,7 @@ void addChannel(TmodelBuilder& builder, Tchannel const& channel, TexportOptions 
     }
     std::vector<float> const input(times.begin(), times.end());
     int const nodeIndex = builder.node(channel.fNode);
-    if (channel.fPath == "weights") {
+    if (channel.fPath == kWeightsPath) {
         builder.giveMorphTargets(nodeIndex, channel.fComponents.size());
     }
     tinygltf::AnimationSampler sampler;

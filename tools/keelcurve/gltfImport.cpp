@@ -135,13 +135,13 @@ private:
         std::size_t const blocks = samples.fInterpolation == Tinterpolation::kCubicSpline ? 3 : 1;
         std::size_t const perKey = samples.fValues.size() / samples.fTimes.size();
         int const expected = gltfPathComponents(path);
-        if (expected == 0 && path != "weights") {
+        if (expected == 0 && path != kWeightsPath) {
             fail(fPath, place, "unknown channel path '" + path + "'");
         }
         samples.fComponents = expected != 0 ? expected : static_cast<int>(perKey / blocks);
         bool const whole = samples.fValues.size() == samples.fTimes.size() * perKey && perKey % blocks == 0;
         if (!whole || samples.fComponents == 0 || perKey != blocks * std::size_t(samples.fComponents) ||
-            (expected != 0 && outputComponents != expected)) {
+            samples.fComponents > kMaxMorphWeights || (expected != 0 && outputComponents != expected)) {
             fail(fPath, place + "/output",
                  "output count does not match " + std::to_string(samples.fTimes.size()) + " keys of " + path);
         }
@@ -176,8 +176,8 @@ private:
                           std::string const& place) const
     {
         TnamedCurve named;
-        std::string const component = target.fPath == "weights" ? std::to_string(target.fComponent)
-                                                                : kVectorComponents[std::size_t(target.fComponent)];
+        std::string const component = target.fPath == kWeightsPath ? std::to_string(target.fComponent)
+                                                                   : kVectorComponents[std::size_t(target.fComponent)];
         named.fName =
             (nameAnimation ? target.fAnimation + "/" : "") + target.fNode + "/" + target.fPath + "/" + component;
         named.fTarget = target;
