@@ -1,11 +1,18 @@
 // The engine's main job on a built-in example: keys of both time forms kept
 // in order, curves edited inside a delayed batch with what their observers
 // heard, and curves of every span kind evaluated across their keys and into
-// every infinity type.
+// every infinity type, which it also draws to an SVG file when the keelcurve
+// tool is built.
 
 #include "smoothstepInterpolator.h"
 
 #include <keelanim/keelanim.h>
+
+#ifdef KEEL_DEMO_PLOT
+#include "outputFile.h"
+#include "plotter.h"
+#include "toolError.h"
+#endif
 
 #include <cstdio>
 #include <memory>
@@ -523,9 +530,70 @@ void showRotation()
     }
 }
 
+#ifdef KEEL_DEMO_PLOT
+// One curve per span kind, each with its own infinity type on both sides
+// (the five types in turn), stacked apart so that each stays readable. The
+// ease kinds are chosen by tangent types 11 to 14 (see T2dAnimCurve).
+TcurveSet spanKindCurves()
+{
+    struct Kind {
+        char const* fName;
+        TtangentType fType;
+        bool fWeighted;
+    };
+    Kind const kinds[] = {{"hermite", kTangentFixed, false},      {"bezier", kTangentFixed, true},
+                          {"linear", kTangentLinear, false},      {"step", kTangentStep, false},
+                          {"step next", kTangentStepNext, false}, {"sine", kTangentHermite, false},
+                          {"parabolic", kTangentBezier, false},   {"log", kTangentParabolic, false}};
+    TparamCurveEnums::TinfinityType const infinities[] = {TparamCurveEnums::kConstant, TparamCurveEnums::kLinear,
+                                                          TparamCurveEnums::kCycle, TparamCurveEnums::kCycleRelative,
+                                                          TparamCurveEnums::kOscillate};
+    char const* const infinityNames[] = {"constant", "linear", "cycle", "cycle+offset", "oscillate"};
+    TcurveSet curves;
+    int row = 0;
+    for (Kind const& kind : kinds) {
+        int const infinity = row % 5;
+        double const base = 2.0 * (std::size(kinds) - 1 - row);
+        auto curve = std::make_unique<TparamCurve>(true);
+        curve->setCurveFlag(TparamCurve::kWeightedBit, kind.fWeighted);
+        double const values[] = {0.2, 1.4, 0.6, 1.0};
+        for (int i = 0; i < 4; ++i) {
+            Tkeyframe key(float(i), base + values[i], kind.fType, kind.fType);
+            key.setTanIn(kind.fWeighted ? 0.6f : 1.0f, i == 1 ? 0.0f : 1.5f);
+            key.setTanOut(kind.fWeighted ? 1.2f : 1.0f, i == 1 ? 0.0f : 1.5f);
+            curve->add(key, false, kind.fType == kTangentFixed);
+        }
+        curve->setPreInfinityType(infinities[infinity]);
+        curve->setPostInfinityType(infinities[infinity]);
+        curves.push_back(
+            TnamedCurve{std::string(kind.fName) + " / " + infinityNames[infinity], std::nullopt, std::move(curve)});
+        ++row;
+    }
+    return curves;
+}
+
+void writeSpanKindPlot(char const* path)
+{
+    TplotOptions options;
+    options.fHasRange = true;
+    options.fFrom = -3.0;
+    options.fTo = 6.0;
+    options.fHeight = 720;
+    try {
+        TpendingOutput output(path);
+        drawPlot(spanKindCurves(), options, plotFormatOf(path), output.tempPath(), path);
+        releasePlotCaches();
+        output.commit();
+        std::printf("\nplot of one curve per span kind and infinity type: %s\n", path);
+    } catch (TtoolFailure const& failure) {
+        std::printf("\nno plot: %s\n", failure.what());
+    }
+}
+#endif
+
 }  // namespace
 
-int main()
+int main(int argc, char** argv)
 {
     std::printf("Keelanim %s\n\n", relmarkVersion());
     showContainers();
@@ -537,5 +605,11 @@ int main()
     showSelectionAndTangents();
     showMovingAndScaling();
     showRotation();
+#ifdef KEEL_DEMO_PLOT
+    writeSpanKindPlot(argc > 1 ? argv[1] : "keel_demo_curves.svg");
+#else
+    static_cast<void>(argc);
+    static_cast<void>(argv);
+#endif
     return 0;
 }

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what building and testing the engine needs, when it is missing:
-# a C++20 compiler, CMake, GoogleTest (and Google Benchmark for bench/).
+# a C++20 compiler, CMake, GoogleTest (and Google Benchmark for bench/), and,
+# unless KEEL_BUILD_TOOLS=OFF, what the keelcurve tool and its tests use.
 set -euo pipefail
 
 missing=()
@@ -9,6 +10,17 @@ command -v g++ >/dev/null 2>&1 || missing+=(g++)
 [ -f /usr/include/gtest/gtest.h ] || missing+=(libgtest-dev)
 [ -f /usr/include/gmock/gmock.h ] || missing+=(libgmock-dev)
 [ -f /usr/include/benchmark/benchmark.h ] || missing+=(libbenchmark-dev)
+if [ "${KEEL_BUILD_TOOLS:-ON}" != "OFF" ]; then
+  command -v pkg-config >/dev/null 2>&1 || missing+=(pkg-config)
+  [ -f /usr/include/CLI/CLI.hpp ] || missing+=(libcli11-dev)
+  [ -f /usr/include/nlohmann/json.hpp ] || missing+=(nlohmann-json3-dev)
+  [ -f /usr/include/tiny_gltf.h ] || missing+=(libtinygltf-dev)
+  [ -f /usr/include/cairo/cairo.h ] || missing+=(libcairo2-dev)
+  # The tool's tests check plots as XML with expat.
+  [ -f /usr/include/expat.h ] || missing+=(libexpat1-dev)
+  # Real glTF 2.0 animation that the tool's tests import.
+  [ -d /usr/share/assimp/models/glTF2 ] || missing+=(assimp-testmodels)
+fi
 
 if [ ${#missing[@]} -gt 0 ]; then
   echo "==> installing ${missing[*]}"

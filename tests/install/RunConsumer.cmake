@@ -24,3 +24,9 @@ endforeach()
 run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE} -B ${WORK_DIR}/build -DCMAKE_PREFIX_PATH=${prefix})
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
 run(${WORK_DIR}/build/keel_consumer)
+
+# The keelcurve tool, when built, is installed beside the engine and finds it
+# from there.
+if(EXISTS ${prefix}/bin/keelcurve)
+  run(${prefix}/bin/keelcurve info --help)
+endif()
