@@ -721,8 +721,13 @@ bool TparamCurve::swapKeyframes(TkeyframePtrList& keys)
         insertPointerAt(key, arrayCount());
     }
     keys.copy(mine);
+    // Whether the curve is static is a question of the keys it holds now.
+    fCurveFlags.set(kStaticBit);
     for (unsigned i = 0; i < arrayCount(); ++i) {
         setSpanInterpMethod(i);
+        if (isStatic()) {
+            recheckStatic(i);
+        }
     }
     invalidateCache();
     if (Tkeyframe* first = keyframe(0)) {

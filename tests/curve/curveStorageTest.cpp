@@ -183,6 +183,15 @@ TEST(CurveEdits, HumpedTangentsOfEqualValuesAreNotStatic)
     hump.setTanOut(1, 1);
     EXPECT_TRUE(replaced->replaceKey(replaced->keyframe(1), hump));
     EXPECT_FALSE(replaced->isStatic()) << "replacing re-checks the tangents too";
+    // Keys swapped in decide the condition anew, either way.
+    TkeyframePtrList keys;
+    keys.addLast(new Tkeyframe(0.0f, 1.0, kTangentFixed, kTangentFixed));
+    keys.addLast(new Tkeyframe(1.0f, 2.0, kTangentFixed, kTangentFixed));
+    auto fresh = std::make_unique<TparamCurve>(true);
+    ASSERT_TRUE(fresh->isStatic());
+    ASSERT_TRUE(fresh->swapKeyframes(keys));
+    EXPECT_FALSE(fresh->isStatic()) << "a new curve's flag does not outlive its keys";
+    EXPECT_NE(fresh->evaluate(0.5f), 1.0);
 }
 
 TEST(CurveEdits, SetTimeKeepsOrderOrReportsIt)
