@@ -157,7 +157,7 @@ TEST_P(PlotCommandTest, drawsOnePathPerCurve)
 }
 
 INSTANTIATE_TEST_SUITE_P(Plots, PlotCommandTest,
-                         testing::Values(TplotCase{"allCurves", kCubicSample, {}, 10},
+                         testing::Values(TplotCase{"allCurves", kCubicSample, {}, 9},
                                          TplotCase{"chosenCurves",
                                                    kCubicSample,
                                                    {"--curve", "Swinger/translation/x", "--curve", "Grower/scale/y",

@@ -29,6 +29,27 @@ std::unique_ptr<TparamCurve> typedCurve(TtangentType type, bool weighted, bool t
     return curve;
 }
 
+// A rotation triple in the cubic quaternion mode: x, y, z as the curves'
+// values, w beside z.
+void addRotation(TcurveSet& curves)
+{
+    TrotateXYZ const turns[] = {{0.0, 0.0, 0.0}, {0.3, -0.2, 2.9}, {1.1, 0.4, -2.5}};
+    std::size_t const first = curves.size();
+    for (char const* axis : {"x", "y", "z"}) {
+        curves.push_back(TnamedCurve{std::string("turn/") + axis, std::nullopt, std::make_unique<TparamCurve>(true)});
+    }
+    for (std::size_t k = 0; k < std::size(turns); ++k) {
+        Tquaternion const q = turns[k].asQuaternion();
+        double const components[] = {q.x(), q.y(), q.z()};
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            curves[first + axis].fCurve->add(
+                Tkeyframe(float(k) / 3.0f, components[axis], axis == 2 ? q.w() : 1.0, kTangentSpline, kTangentSpline));
+        }
+    }
+    TnamedCurve* const channels[3] = {&curves[first], &curves[first + 1], &curves[first + 2]};
+    ASSERT_TRUE(linkRotation(channels, "turn", TparamCurveEnums::kQuaternionCubic));
+}
+
 TcurveSet everyKindOfCurve()
 {
     TtangentType const types[] = {
@@ -54,6 +75,7 @@ TcurveSet everyKindOfCurve()
         }
     }
     curves.push_back(TnamedCurve{"empty", std::nullopt, std::make_unique<TparamCurve>(true)});
+    addRotation(curves);
     return curves;
 }
 

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
+#include <map>
 #include <set>
 
 namespace {
@@ -108,7 +109,8 @@ Tjson tangentJson(float x, float y)
     return Tjson::array({floatAsShortDouble(x), floatAsShortDouble(y)});
 }
 
-Tjson keyJson(TparamCurve const& curve, Tkeyframe const& key)
+// `withW`: the key of a rotation's Z channel also holds the quaternion's w.
+Tjson keyJson(TparamCurve const& curve, Tkeyframe const& key, bool withW)
 {
     Tjson json;
     if (curve.isAnimTimeCurve()) {
@@ -117,6 +119,9 @@ Tjson keyJson(TparamCurve const& curve, Tkeyframe const& key)
         json["time"] = floatAsShortDouble(key.floatTime());
     }
     json["value"] = key.value();
+    if (withW) {
+        json["w"] = floatAsShortDouble(key.quatComponent());
+    }
     json["inType"] = tangentTypeText(key.storedTanInType());
     json["outType"] = tangentTypeText(key.storedTanOutType());
     float x = 0.0f;
@@ -155,9 +160,15 @@ Tjson curveJson(TnamedCurve const& named)
     json["weighted"] = curve.isWeighted();
     json["preInfinity"] = infinityWord(curve.preInfinityType());
     json["postInfinity"] = infinityWord(curve.postInfinityType());
+    if (named.fRotation != nullptr) {
+        json["rotation"] = Tjson{{"triple", named.fRotation->fName},
+                                 {"axis", kAxisWords[named.fAxis]},
+                                 {"mode", rotationModeWord(curve.rotationInterpolation())}};
+    }
+    bool const withW = named.fRotation != nullptr && named.fAxis == 2;
     Tjson keys = Tjson::array();
     for (unsigned i = 0; i < curve.keyframeCountAll(); ++i) {
-        keys.push_back(keyJson(curve, *curve.keyframe(i)));
+        keys.push_back(keyJson(curve, *curve.keyframe(i), withW));
     }
     json["keys"] = std::move(keys);
     return json;
@@ -170,7 +181,7 @@ class TcurveReader {
 public:
     explicit TcurveReader(std::string fileName) : fFile(std::move(fileName)) {}
 
-    TcurveSet read(Tjson const& document) const
+    TcurveSet read(Tjson const& document)
     {
         expect(document.is_object(), "", "a curve file is a JSON object");
         auto const format = document.find("format");
@@ -189,10 +200,69 @@ public:
                    "a second curve named '" + set.back().fName + "'");
             expect(!targetTaken(set), path + "/target", "a second curve for the same glTF target");
         }
+        linkTriples(set);
         return set;
     }
 
 private:
+    // A rotation channel as the file names it, until its triple is linked.
+    struct TpendingChannel {
+        std::string fTriple;
+        int fAxis = -1;
+        TparamCurveEnums::TrotationInterpolation fMode = TparamCurveEnums::kEulerAngles;
+        std::string fPath;
+    };
+
+    // Links the curves that name one triple: an X, a Y and a Z, keyed at
+    // the same times, in one mode.
+    void linkTriples(TcurveSet& set) const
+    {
+        std::map<std::string, std::array<std::size_t, 3>> triples;
+        for (std::size_t i = 0; i < set.size(); ++i) {
+            TpendingChannel const& channel = fPending[i];
+            if (channel.fAxis < 0) {
+                continue;
+            }
+            auto [entry, fresh] = triples.try_emplace(channel.fTriple, std::array<std::size_t, 3>{kNone, kNone, kNone});
+            std::size_t& slot = entry->second[std::size_t(channel.fAxis)];
+            expect(slot == kNone, channel.fPath + "/axis",
+                   std::string("a second ") + kAxisWords[channel.fAxis] + " channel of rotation '" + channel.fTriple +
+                       "'");
+            slot = i;
+        }
+        for (auto const& [name, slots] : triples) {
+            for (int axis = 0; axis < 3; ++axis) {
+                expect(slots[std::size_t(axis)] != kNone, fPending[*std::min_element(slots.begin(), slots.end())].fPath,
+                       "rotation '" + name + "' has no " + kAxisWords[axis] + " channel");
+            }
+            TnamedCurve* const channels[3] = {&set[slots[0]], &set[slots[1]], &set[slots[2]]};
+            TpendingChannel const& first = fPending[slots[0]];
+            for (std::size_t slot : slots) {
+                expect(fPending[slot].fMode == first.fMode, fPending[slot].fPath + "/mode",
+                       "the channels of rotation '" + name + "' differ in mode");
+            }
+            expect(linkRotation(channels, name, first.fMode), fPending[slots[1]].fPath + "/keys",
+                   "the channels of rotation '" + name + "' are not keyed at the same times");
+        }
+    }
+
+    TpendingChannel readRotation(Tjson const& json, std::string const& path) const
+    {
+        expect(json.is_object(), path, "a rotation is an object");
+        TpendingChannel channel;
+        channel.fPath = path;
+        channel.fTriple = text(json, path, "triple");
+        expect(!channel.fTriple.empty(), path + "/triple", "a rotation needs a name");
+        std::string const axis = text(json, path, "axis");
+        for (int a = 0; a < 3; ++a) {
+            channel.fAxis = axis == kAxisWords[a] ? a : channel.fAxis;
+        }
+        expect(channel.fAxis >= 0, path + "/axis", "unknown axis '" + axis + "'");
+        std::string const mode = text(json, path, "mode");
+        expect(rotationModeOfWord(mode, channel.fMode), path + "/mode", "unknown rotation mode '" + mode + "'");
+        return channel;
+    }
+
     // Whether the last curve's target is the target of an earlier one.
     static bool targetTaken(TcurveSet const& set)
     {
@@ -282,7 +352,8 @@ private:
         return flags;
     }
 
-    std::unique_ptr<Tkeyframe> readKey(Tjson const& json, std::string const& path, bool ticks) const
+    // `withW`: the key of a rotation's Z channel, which holds w as well.
+    std::unique_ptr<Tkeyframe> readKey(Tjson const& json, std::string const& path, bool ticks, bool withW) const
     {
         expect(json.is_object(), path, "a key is an object");
         double const value = finite(member(json, path, "value"), path + "/value");
@@ -298,6 +369,10 @@ private:
         } else {
             float const time = single(member(json, path, "time"), path + "/time");
             key = std::make_unique<Tkeyframe>(time, value, in, out);
+        }
+        if (withW) {
+            float const w = single(member(json, path, "w"), path + "/w");
+            key->setTimeAndValue(key->timeValue(), value, w);
         }
         float x = 0.0f;
         float y = 0.0f;
@@ -339,7 +414,7 @@ private:
         expect(gap > 0.0, path, "key times are not increasing");
     }
 
-    TnamedCurve readCurve(Tjson const& json, std::string const& path) const
+    TnamedCurve readCurve(Tjson const& json, std::string const& path)
     {
         expect(json.is_object(), path, "a curve is an object");
         TnamedCurve named;
@@ -356,16 +431,19 @@ private:
         auto const post = word(kInfinityWords, json, path, "postInfinity", "infinity type");
         Tjson const& keys = member(json, path, "keys");
         expect(keys.is_array(), path + "/keys", "expected an array");
+        fPending.push_back(json.contains("rotation") ? readRotation(json["rotation"], path + "/rotation")
+                                                     : TpendingChannel{});
+        bool const withW = fPending.back().fAxis == 2;
 
         std::vector<std::unique_ptr<Tkeyframe>> owned;
         for (std::size_t i = 0; i < keys.size(); ++i) {
             std::string const here = path + "/keys/" + std::to_string(i);
-            owned.push_back(readKey(keys[i], here, form == kTicksForm));
+            owned.push_back(readKey(keys[i], here, form == kTicksForm, withW));
             if (i > 0) {
                 expectAfter(*owned[i - 1], *owned[i], here);
             }
         }
-        named.fCurve = std::make_unique<TparamCurve>(form == kSecondsForm);
+        named.fCurve = std::make_shared<TparamCurve>(form == kSecondsForm);
         TparamCurve& curve = *named.fCurve;
         curve.setCurveFlag(TparamCurve::kWeightedBit, weighted.get<bool>());
         curve.setPreInfinityType(pre);
@@ -395,7 +473,11 @@ private:
         }
     }
 
+    static constexpr std::size_t kNone = ~std::size_t(0);
+
     std::string fFile;
+    // The rotation each curve read names, by curve.
+    std::vector<TpendingChannel> fPending;
 };
 
 // Line and column (both from 1) of a byte offset, for syntax errors.

@@ -3,6 +3,75 @@
 #include "toolError.h"
 
 #include <algorithm>
+#include <array>
+#include <utility>
+
+namespace {
+
+using TmodeWord = std::pair<TparamCurveEnums::TrotationInterpolation, char const*>;
+constexpr std::array<TmodeWord, 4> kModeWords = {{
+    {TparamCurveEnums::kEulerAngles, "euler"},
+    {TparamCurveEnums::kQuaternionTangentDependent, "quaternionTangentDependent"},
+    {TparamCurveEnums::kQuaternionSlerp, "quaternionSlerp"},
+    {TparamCurveEnums::kQuaternionCubic, "quaternionCubic"},
+}};
+
+bool sameKeyTimes(TparamCurve const& a, TparamCurve const& b)
+{
+    if (a.keyframeCountAll() != b.keyframeCountAll()) {
+        return false;
+    }
+    for (unsigned i = 0; i < a.keyframeCountAll(); ++i) {
+        if (!(*a.keyframe(i) == *b.keyframe(i))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+bool linkRotation(TnamedCurve* const channels[3], std::string const& name,
+                  TparamCurveEnums::TrotationInterpolation mode)
+{
+    TparamCurve const& x = *channels[0]->fCurve;
+    if (!sameKeyTimes(x, *channels[1]->fCurve) || !sameKeyTimes(x, *channels[2]->fCurve)) {
+        return false;
+    }
+    auto link = std::make_shared<TrotationLink>();
+    link->fName = name;
+    for (int axis = 0; axis < 3; ++axis) {
+        link->fCurves[axis] = channels[axis]->fCurve;
+    }
+    link->fTriple = std::make_unique<TrotationTriple>(*link->fCurves[0], *link->fCurves[1], *link->fCurves[2]);
+    link->fTriple->setRotationInterpolation(mode);
+    for (int axis = 0; axis < 3; ++axis) {
+        channels[axis]->fRotation = link;
+        channels[axis]->fAxis = axis;
+    }
+    return true;
+}
+
+char const* rotationModeWord(TparamCurveEnums::TrotationInterpolation mode)
+{
+    for (TmodeWord const& entry : kModeWords) {
+        if (entry.first == mode) {
+            return entry.second;
+        }
+    }
+    return nullptr;
+}
+
+bool rotationModeOfWord(std::string const& word, TparamCurveEnums::TrotationInterpolation& mode)
+{
+    for (TmodeWord const& entry : kModeWords) {
+        if (word == entry.second) {
+            mode = entry.first;
+            return true;
+        }
+    }
+    return false;
+}
 
 TcurveSet selectCurves(TcurveSet curves, std::vector<std::string> const& names, std::string const& file)
 {

@@ -375,6 +375,63 @@ Tmode channelMode(Tchannel const& channel, std::vector<double> const& times)
     return mode == Tmode::kNone ? Tmode::kLinear : mode;
 }
 
+// A rotation whose x, y and z curves form a triple evaluated as one
+// rotation: glTF keys its quaternions directly.
+bool isRotationTriple(Tchannel const& channel)
+{
+    if (channel.fPath != "rotation" || channel.fComponents.size() != 4 || channel.fComponents[0] == nullptr ||
+        !channel.fComponents[0]->evaluatesAsQuaternion() ||
+        !channel.fComponents[0]->updateQuaternionEulerCache(false)) {
+        return false;
+    }
+    TparamCurve* triple[3] = {nullptr, nullptr, nullptr};
+    channel.fComponents[0]->getSiblingRotationCurves(&triple[0], &triple[1], &triple[2]);
+    return std::equal(triple, triple + 3, channel.fComponents.begin());
+}
+
+// Slerp spans are glTF's LINEAR rotations and held keys its STEP; every
+// other span shape is sampled.
+Tmode rotationMode(Tchannel const& channel)
+{
+    TparamCurve const& x = *channel.fComponents[0];
+    if (x.rotationInterpolation() == TparamCurveEnums::kQuaternionSlerp) {
+        return Tmode::kLinear;
+    }
+    bool held = x.rotationInterpolation() == TparamCurveEnums::kQuaternionTangentDependent;
+    for (unsigned k = 0; held && k + 1 < x.keyframeCountAll(); ++k) {
+        held = x.keyframe(k)->tanOutType() == kTangentStep;
+    }
+    return held ? Tmode::kStep : Tmode::kBake;
+}
+
+// The triple's rotations at `times`: at a key the quaternion as the key
+// stores it, so that every key goes back as it came; between keys the
+// evaluated one, in the hemisphere of the one before, so that LINEAR between
+// samples turns the short way as the triple does.
+std::vector<float> rotationOutput(Tchannel const& channel, std::vector<double> const& times)
+{
+    TparamCurve* const x = channel.fComponents[0];
+    TparamCurve const* const y = channel.fComponents[1];
+    TparamCurve const* const z = channel.fComponents[2];
+    std::vector<float> output;
+    Tquaternion previous = Tquaternion::identity;
+    for (double const t : times) {
+        TtimeValue const time(static_cast<float>(t));
+        unsigned key = 0;
+        Tquaternion q = x->evaluateQuaternion(time);
+        if (x->find(time, key)) {
+            q = Tquaternion(x->value(key), y->value(key), z->value(key), z->keyframe(key)->quatComponent());
+        } else if (q.dot(previous) < 0.0) {
+            q = q.negated();
+        }
+        previous = q;
+        for (double const c : {q.x(), q.y(), q.z(), q.w()}) {
+            output.push_back(static_cast<float>(c));
+        }
+    }
+    return output;
+}
+
 void addChannel(TmodelBuilder& builder, Tchannel const& channel, TexportOptions const& options,
                 std::vector<std::string>& notes)
 {
@@ -382,7 +439,8 @@ void addChannel(TmodelBuilder& builder, Tchannel const& channel, TexportOptions 
     if (times.empty()) {
         return;
     }
-    Tmode const mode = channelMode(channel, times);
+    bool const triple = isRotationTriple(channel);
+    Tmode const mode = triple ? rotationMode(channel) : channelMode(channel, times);
     if (mode == Tmode::kBake) {
         times = bakeTimes(times, options.fBakeFps);
         char rate[32];
@@ -398,7 +456,8 @@ void addChannel(TmodelBuilder& builder, Tchannel const& channel, TexportOptions 
     sampler.input = builder.floatAccessor(input, TINYGLTF_TYPE_SCALAR, 1, true);
     int const type = outputType(channel.fComponents.size(), channel.fPath);
     int const perElement = type == TINYGLTF_TYPE_SCALAR ? 1 : static_cast<int>(channel.fComponents.size());
-    sampler.output = builder.floatAccessor(channelOutput(channel, times, mode), type, perElement, false);
+    sampler.output = builder.floatAccessor(
+        triple ? rotationOutput(channel, times) : channelOutput(channel, times, mode), type, perElement, false);
     sampler.interpolation = interpolationName(mode);
     tinygltf::Animation& animation = builder.animation(channel.fAnimation);
     animation.samplers.push_back(sampler);

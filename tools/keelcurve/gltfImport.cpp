@@ -95,8 +95,8 @@ private:
             TcurveTarget target{animationLabel(a), fNodeLabels[std::size_t(channel.target_node)], channel.target_path,
                                 0};
             if (channel.target_path == "rotation") {
-                fWarnings.push_back(fPath + ": " + place + ": rotation of " + target.fNode +
-                                    " imported as four per-component curves (no rotation curves yet)");
+                importRotation(samples, target, fModel.animations.size() > 1, samplerPlace, curves);
+                continue;
             }
             for (int component = 0; component < samples.fComponents; ++component) {
                 target.fComponent = component;
@@ -172,8 +172,8 @@ private:
         return Tkeyframe(seconds, value, type, type);
     }
 
-    TnamedCurve makeCurve(Tsamples const& samples, TcurveTarget const& target, bool nameAnimation,
-                          std::string const& place) const
+    // An empty, non-weighted curve for one component of a target.
+    TnamedCurve emptyCurve(TcurveTarget const& target, bool nameAnimation) const
     {
         TnamedCurve named;
         std::string const component = target.fPath == kWeightsPath ? std::to_string(target.fComponent)
@@ -181,9 +181,54 @@ private:
         named.fName =
             (nameAnimation ? target.fAnimation + "/" : "") + target.fNode + "/" + target.fPath + "/" + component;
         named.fTarget = target;
-        named.fCurve = std::make_unique<TparamCurve>(!fOptions.fTicks);
+        named.fCurve = std::make_shared<TparamCurve>(!fOptions.fTicks);
+        named.fCurve->setCurveFlag(TparamCurve::kWeightedBit, false);
+        return named;
+    }
+
+    // A rotation channel becomes a rotation triple: its keys hold the
+    // quaternion as the file does, x, y and z on the three curves and w
+    // beside z, and the triple interpolates on the sphere as the sampler
+    // asks. A cubic spline's tangents are quaternion derivatives, which a
+    // triple does not hold: it runs a smooth cubic through the same keys.
+    void importRotation(Tsamples const& samples, TcurveTarget target, bool nameAnimation, std::string const& place,
+                        TcurveSet& curves) const
+    {
+        bool const step = samples.fInterpolation == Tinterpolation::kStep;
+        bool const cubic = samples.fInterpolation == Tinterpolation::kCubicSpline;
+        TtangentType const type = step ? kTangentStep : kTangentLinear;
+        if (cubic) {
+            fWarnings.push_back(fPath + ": " + place + ": the cubic rotation of " + target.fNode +
+                                " runs through its keys; its tangents are not kept");
+        }
+        std::size_t const first = curves.size();
+        for (int axis = 0; axis < 3; ++axis) {
+            target.fComponent = axis;
+            curves.push_back(emptyCurve(target, nameAnimation));
+            for (std::size_t k = 0; k < samples.fTimes.size(); ++k) {
+                Tkeyframe key = makeKey(samples.fTimes[k], samples.at(k, 1, axis), type);
+                double const w = axis == 2 ? samples.at(k, 1, 3) : 1.0;
+                key.setTimeAndValue(key.timeValue(), key.value(), w);
+                if (!curves.back().fCurve->add(key)) {
+                    fail(fPath, place, "the engine refused key " + std::to_string(k));
+                }
+            }
+        }
+        TnamedCurve* const channels[3] = {&curves[first], &curves[first + 1], &curves[first + 2]};
+        auto const mode = step    ? TparamCurveEnums::kQuaternionTangentDependent
+                          : cubic ? TparamCurveEnums::kQuaternionCubic
+                                  : TparamCurveEnums::kQuaternionSlerp;
+        std::string const name = curves[first].fName.substr(0, curves[first].fName.size() - 2);
+        if (!linkRotation(channels, name, mode)) {
+            fail(fPath, place, "the rotation's keys could not be kept in step");
+        }
+    }
+
+    TnamedCurve makeCurve(Tsamples const& samples, TcurveTarget const& target, bool nameAnimation,
+                          std::string const& place) const
+    {
+        TnamedCurve named = emptyCurve(target, nameAnimation);
         TparamCurve& curve = *named.fCurve;
-        curve.setCurveFlag(TparamCurve::kWeightedBit, false);
         bool const cubic = samples.fInterpolation == Tinterpolation::kCubicSpline;
         TtangentType const type =
             cubic ? kTangentFixed : (samples.fInterpolation == Tinterpolation::kStep ? kTangentStep : kTangentLinear);

@@ -45,6 +45,9 @@ void printCurve(TnamedCurve const& named)
         float t1 = 0.0f;
         double low = 0.0;
         double high = 0.0;
+        if (curve.evaluatesAsQuaternion()) {
+            curve.updateQuaternionEulerCache(false);  // the bounds of its angles come from the samples
+        }
         if (curve.boundingBox(t0, low, t1, high, true)) {
             std::printf("  values    %.9g .. %.9g\n", low, high);
         }
@@ -52,6 +55,10 @@ void printCurve(TnamedCurve const& named)
     std::printf("  spans     %s\n", spanSummary(curve).c_str());
     std::printf("  infinity  %s before, %s after\n", infinityWord(curve.preInfinityType()),
                 infinityWord(curve.postInfinityType()));
+    if (named.fRotation != nullptr) {
+        std::printf("  rotation  %s channel of '%s', %s (evaluates to radians)\n", kAxisWords[named.fAxis],
+                    named.fRotation->fName.c_str(), rotationModeWord(curve.rotationInterpolation()));
+    }
 }
 
 void runInfo(TinfoArgs const& args)

@@ -110,6 +110,13 @@ void timeRange(TcurveSet const& curves, TplotOptions const& options, double& t0,
     t1 += margin;
 }
 
+// What the curve shows at key k: its value, or for a rotation channel
+// evaluated through its triple, its angle there.
+double keyValue(TparamCurve& curve, unsigned k)
+{
+    return curve.evaluatesAsQuaternion() ? evaluateAt(curve, keySeconds(curve, k)) : curve.value(k);
+}
+
 void valueRange(TcurveSet const& curves, double t0, double t1, double& v0, double& v1)
 {
     v0 = INFINITY;
@@ -129,7 +136,7 @@ void valueRange(TcurveSet const& curves, double t0, double t1, double& v0, doubl
         for (unsigned k = 0; k < curve.keyframeCountAll(); ++k) {
             double const t = keySeconds(curve, k);
             if (t >= t0 && t <= t1) {
-                widen(curve.value(k));
+                widen(keyValue(curve, k));
             }
         }
     }
@@ -157,6 +164,10 @@ void appendSpan(cairo_t* cr, Tframe const& frame, TparamCurve& curve, unsigned s
 {
     double const t0 = keySeconds(curve, span);
     double const t1 = keySeconds(curve, span + 1);
+    if (curve.evaluatesAsQuaternion()) {
+        sampledSpan(cr, frame, curve, t0, t1);  // the rotation's angle, not the stored quaternion
+        return;
+    }
     double const v0 = curve.value(span);
     double const v1 = curve.value(span + 1);
     if (auto const cubic = cubicSpan(curve, span)) {
@@ -182,7 +193,7 @@ void drawKeyedPart(cairo_t* cr, Tframe const& frame, TparamCurve& curve)
 {
     unsigned const count = curve.keyframeCountAll();
     cairo_new_path(cr);
-    cairo_move_to(cr, frame.x(keySeconds(curve, 0)), frame.y(curve.value(0)));
+    cairo_move_to(cr, frame.x(keySeconds(curve, 0)), frame.y(keyValue(curve, 0)));
     for (unsigned span = 0; span + 1 < count; ++span) {
         appendSpan(cr, frame, curve, span);
     }
@@ -219,7 +230,7 @@ void dot(cairo_t* cr, double x, double y, double radius)
 
 void drawHandles(cairo_t* cr, Tframe const& frame, TparamCurve& curve)
 {
-    for (unsigned span = 0; span + 1 < curve.keyframeCountAll(); ++span) {
+    for (unsigned span = 0; span + 1 < curve.keyframeCountAll() && !curve.evaluatesAsQuaternion(); ++span) {
         auto const cubic = cubicSpan(curve, span);
         if (!cubic) {
             continue;
@@ -252,7 +263,7 @@ void drawCurve(cairo_t* cr, Tframe const& frame, TparamCurve& curve, Tcolour con
         drawHandles(cr, frame, curve);
     }
     for (unsigned k = 0; k < count; ++k) {
-        dot(cr, frame.x(keySeconds(curve, k)), frame.y(curve.value(k)), kKeyRadius);
+        dot(cr, frame.x(keySeconds(curve, k)), frame.y(keyValue(curve, k)), kKeyRadius);
     }
 }
 
