@@ -178,6 +178,9 @@ TrotateXYZ TrotateXYZ::alternative() const
 
 TrotateXYZ TrotateXYZ::closestTo(TrotateXYZ const& reference) const
 {
+    if (!std::isfinite(reference.fX) || !std::isfinite(reference.fY) || !std::isfinite(reference.fZ)) {
+        return *this;
+    }
     auto near = [&reference](TrotateXYZ const& e) {
         return TrotateXYZ{wrapNear(e.fX, reference.fX), wrapNear(e.fY, reference.fY), wrapNear(e.fZ, reference.fZ)};
     };

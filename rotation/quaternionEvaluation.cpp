@@ -247,6 +247,12 @@ bool TparamCurve::evaluateQuaternionInfinity(float& time, TparamCurve* x, Tparam
     if (!before && !(time > final)) {
         return false;
     }
+    if (!std::isfinite(time)) {
+        time = before ? first : final;  // no repetition reaches an infinite time
+        offset = Tquaternion::identity;
+        keyRotation(triple, before ? 0 : last, end);
+        return true;
+    }
     Tquaternion firstRotation;
     Tquaternion lastRotation;
     if (!keyRotation(triple, 0, firstRotation) || !keyRotation(triple, last, lastRotation)) {

@@ -230,6 +230,14 @@ TEST(RotationTriple, IncompleteTriplesAndBadInput)
     EXPECT_TRUE(incomplete) << "keys out of step";
     EXPECT_FALSE(uneven.fZ->updateQuaternionEulerCache(false));
 
+    for (auto type : {TparamCurveEnums::kCycleRelative, TparamCurveEnums::kOscillate, TparamCurveEnums::kLinear}) {
+        Ttriple spinning({{0.0f, 0.0}, {1.0f, 90.0}}, TparamCurveEnums::kQuaternionSlerp);
+        spinning.fX->setPostInfinityType(type);
+        spinning.fX->setPreInfinityType(type);
+        for (float t : {INFINITY, -INFINITY, 1e30f}) {
+            EXPECT_TRUE(std::isfinite(spinning.fZ->evaluate(t))) << type << " at " << t;
+        }
+    }
     Ttriple close({{0.0f, 0.0}, {0.000004f, 90.0}, {1.0f, 100.0}}, TparamCurveEnums::kQuaternionCubic);
     for (float t : {-1.0f, 0.000002f, 0.5f, NAN, INFINITY}) {
         EXPECT_TRUE(std::isfinite(close.fZ->evaluate(t)) || std::isnan(t)) << t;
