@@ -58,7 +58,9 @@ TEST(CurveDeltaRecords, TypeNumbersAndNames)
     expectType(TPCDdragTan(&curve, 0u), ZFn::kKeyframeDeltaTangent, "kKeyframeDeltaTangent");
     expectType(TPCDweightedTangents(&curve, true), ZFn::kKeyframeDeltaWeighted, "kKeyframeDeltaWeighted");
     expectType(TPCDbreakdown(&curve, 0u, false), ZFn::kKeyframeDeltaBreakdown, "kKeyframeDeltaBreakdown");
-    expectType(TPCDrotationInterpolation(&curve, TparamCurveEnums::kEulerAngles, TparamCurveEnums::kQuaternionTangentDependent), ZFn::kKeyframeDelta, "kKeyframeDelta");
+    expectType(TPCDrotationInterpolation(&curve, TparamCurveEnums::kEulerAngles,
+                                         TparamCurveEnums::kQuaternionTangentDependent),
+               ZFn::kKeyframeDelta, "kKeyframeDelta");
     expectType(TPCDcurveDelta(&curve), ZFn::kKeyframeDelta, "kKeyframeDelta");
     EXPECT_TRUE(TPCDinsertKeyTmeta->istype(TPCDaddRemoveKeyTmeta));
 }
