@@ -383,8 +383,10 @@ public:
     // unless the option replaces such keys (2 and 3). With
     // `followBreakdowns`, breakdown keys keep their proportion between the
     // moved keys. oldTimes and oldValues receive the keys' former times and
-    // values in the order of handles. False when there is no move, no key,
-    // no handle, or a refused bracket (kChangeBatchMove).
+    // values in the order of handles. False, with nothing moved, when there
+    // is no move, no key or no handle, when newTimes is not as long as
+    // handles, when a time or value is not finite, or when the bracket
+    // (kChangeBatchMove) is refused.
     bool moveKeys(TkeyframeHandlePtrArray& handles, TtimeValueArray& newTimes, TtimeValueArray& oldTimes,
                   TdoubleArray& newValues, TdoubleArray& oldValues, TparamCurveEnums::TmoveOption option,
                   bool followBreakdowns);
