@@ -61,21 +61,9 @@ TcurveEvaluator::TevalTime TcurveEvaluator::evalTime(TparamCurve const& curve, T
 
 // --- Evaluation ------------------------------------------------------------------------------
 
-// Static, and reading the evaluator only through the curve: the common paths
-// then address everything from the one curve pointer.
-double TcurveEvaluator::evaluateRules(TparamCurve& curve, TevalTime time)
-{
-    if (std::isnan(time.fSeconds)) {
-        return curve.arrayCount() == 0 ? 0.0 : curve.value(0);
-    }
-    if (curve.evaluatesAsQuaternion() && TrotationHook::fsEulerComponent != nullptr) {
-        return curve.evaluator().evaluateAsRotation(curve, time);
-    }
-    return evaluateOwnRules(curve, time);
-}
-
-// The curve's own value by its keys and infinities.
-double TcurveEvaluator::evaluateOwnRules(TparamCurve& curve, TevalTime time)
+// The curve's own value by its keys and infinities: the common path, kept
+// inline in evaluateRules.
+[[gnu::always_inline]] inline double TcurveEvaluator::evaluateOwnRules(TparamCurve& curve, TevalTime time)
 {
     unsigned const count = curve.arrayCount();
     if (curve.fPreInfinity != TparamCurveEnums::kConstant && count > 0 && compareWithKey(curve, time, 0) < 0) {
@@ -93,9 +81,26 @@ double TcurveEvaluator::evaluateOwnRules(TparamCurve& curve, TevalTime time)
     return curve.evaluator().evaluateBetweenKeys(curve, time, count);
 }
 
+// Static, and reading the evaluator only through the curve: the common paths
+// then address everything from the one curve pointer.
+double TcurveEvaluator::evaluateRules(TparamCurve& curve, TevalTime time)
+{
+    if (std::isnan(time.fSeconds)) {
+        return curve.arrayCount() == 0 ? 0.0 : curve.value(0);
+    }
+    // One compare on the common path: the mode is set on rotation channels.
+    if (curve.fRotationInterpolation >= TparamCurveEnums::kQuaternionTangentDependent) [[unlikely]] {
+        if (curve.isRotationCurve() && TrotationHook::fsEulerComponent != nullptr) {
+            return curve.evaluator().evaluateAsRotation(curve, time);
+        }
+    }
+    return evaluateOwnRules(curve, time);
+}
+
 // A rotation channel in a quaternion mode: its component of the triple's
-// rotation, or, for an incomplete triple, its own value (never remembered
-// as the fast span, see rememberFastSpan).
+// rotation, or, for an incomplete triple, its own value, never remembered as
+// the fast span: a sibling's edit can complete the triple without this curve
+// hearing of it. (Edits of the channel itself reset the span anyway.)
 double TcurveEvaluator::evaluateAsRotation(TparamCurve& curve, TevalTime time)
 {
     TtimeValue const at = time.fExactTicks ? TtimeValue(TanimTime::fromTicks(time.fTicks))
@@ -104,7 +109,9 @@ double TcurveEvaluator::evaluateAsRotation(TparamCurve& curve, TevalTime time)
     if (TrotationHook::fsEulerComponent(curve, at, angle)) {
         return angle;
     }
-    return evaluateOwnRules(curve, time);
+    double const value = evaluateOwnRules(curve, time);
+    fFastSpan = -1;
+    return value;
 }
 
 TrotationHook::TeulerComponent TrotationHook::fsEulerComponent = nullptr;
@@ -278,9 +285,7 @@ unsigned TcurveEvaluator::firstKeyNotBefore(TparamCurve const& curve, TevalTime 
 
 [[gnu::always_inline]] inline void TcurveEvaluator::rememberFastSpan(TparamCurve& curve, TspanKeys const& span)
 {
-    // A rotation channel in a quaternion mode answers through its triple,
-    // whose other channels can change without this curve hearing of it.
-    if (curve.isStatic() || curve.evaluatesAsQuaternion()) {
+    if (curve.isStatic()) {
         fFastSpan = -1;
         return;
     }
