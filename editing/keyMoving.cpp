@@ -83,6 +83,37 @@ bool placedByBatch(TmoveKeyData const& record, bool followBreakdowns)
     return record.fValid && (record.fMoved || (followBreakdowns && record.fBreakdown != nullptr));
 }
 
+// Puts key `index` (the object `key`) at `time` with `value` and `second`:
+// its new index, or kArrayFailure when another key holds that time.
+unsigned placeMovedKey(TparamCurve& curve, Tkeyframe& key, unsigned index, TtimeValue const& time, double value,
+                       double second)
+{
+    if (!(time == curve.timeValue(index))) {
+        index = TcurveEditKit::retimeKey(curve, index, time);
+        if (index == kArrayFailure) {
+            return kArrayFailure;
+        }
+    }
+    if (value != key.value() || second != key.quatComponent()) {
+        key.setTimeAndValue(key.timeValue(), value, second);
+        if (curve.isStatic()) {
+            curve.checkStaticValueCondition(index);
+        }
+        TcurveEditKit::keysChangedAround(curve, index, false);
+    }
+    return index;
+}
+
+// Tells the curve's clients of a placed key: a change, and a move when its
+// time changed.
+void announceMove(TparamCurve& curve, Tkeyframe* key, TtimeValue const& from, TtimeValue const& to, TmoveOption option)
+{
+    curve.notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyChanged);
+    if (!(from == to) && curve.hasMessage(TkeyframeMovedMsgTmeta)) {
+        curve.notifyClients(TkeyframeMovedMsg(from, to, option));
+    }
+}
+
 }  // namespace
 
 // --- The move bracket --------------------------------------------------------------------
@@ -253,26 +284,13 @@ bool TparamCurve::moveKeyframeHelper(Tkeyframe* key, unsigned index, TtimeValue 
         }
         index = met < index ? index - 1 : index;
     }
-    if (timeChanges) {
-        index = retimeKey(index, target);
-        if (index == kArrayFailure) {
-            return false;
-        }
-    }
-    if (newValue != fromValue || newSecond != fromSecond) {
-        key->setTimeAndValue(key->timeValue(), newValue, newSecond);
-        if (isStatic()) {
-            checkStaticValueCondition(index);
-        }
-        keysChangedAround(index, false);
+    if (placeMovedKey(*this, *key, index, target, newValue, newSecond) == kArrayFailure) {
+        return false;
     }
     if (TcurveEditRecorder* recorder = TcurveEditKit::recorder(*this); recorder != nullptr && record) {
         this->record(recorder->keyMoved(*this, key, fromIndex, fromTime, fromValue, fromSecond, option));
     }
-    notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyChanged);
-    if (timeChanges && hasMessage(TkeyframeMovedMsgTmeta)) {
-        notifyClients(TkeyframeMovedMsg(fromTime, target, option));
-    }
+    announceMove(*this, key, fromTime, target, option);
     change.modified();
     return true;
 }
@@ -292,21 +310,11 @@ bool TparamCurve::moveForDeltaUndoRedo(TkeyframeHandle* handle, TtimeValue const
     Tkeyframe* key = keyframe(index);
     TtimeValue const fromTime = timeValue(index);
     TchangeScope change(*this, kChangeNothing);
-    if (!change.open()) {
+    if (!change.open() || placeMovedKey(*this, *key, index, time, value,
+                                        std::isfinite(second) ? second : key->quatComponent()) == kArrayFailure) {
         return false;
     }
-    if (!(time == fromTime)) {
-        index = retimeKey(index, time);
-        if (index == kArrayFailure) {
-            return false;
-        }
-    }
-    key->setTimeAndValue(key->timeValue(), value, std::isfinite(second) ? second : key->quatComponent());
-    keysChangedAround(index, false);
-    notifyClientsOfChange(key, TparamCurveModifiedMsg::kKeyChanged);
-    if (!(time == fromTime) && hasMessage(TkeyframeMovedMsgTmeta)) {
-        notifyClients(TkeyframeMovedMsg(fromTime, time, option));
-    }
+    announceMove(*this, key, fromTime, time, option);
     change.modified();
     return true;
 }
