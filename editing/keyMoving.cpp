@@ -403,21 +403,10 @@ bool TparamCurve::switchInOutTangents(TkeyframeHandle* handle)
         return false;
     }
     if (in != out) {
-        TtangentType const storedIn = key.storedTanInType();
-        key.setTanInType(key.storedTanOutType());
-        key.setTanOutType(storedIn);
+        key.exchangeTangentTypes();
     }
     if (fixedSide) {
-        // Seen from the other side, a tangent keeps its length and its
-        // direction in time and turns its slope around.
-        float inX = 0.0f;
-        float inY = 0.0f;
-        float outX = 0.0f;
-        float outY = 0.0f;
-        key.getTanIn(inX, inY);
-        key.getTanOut(outX, outY);
-        key.setTanIn(outX, -outY);
-        key.setTanOut(inX, -inY);
+        key.reverseTangentVectors();
     }
     invalidateCache(static_cast<int>(index));
     return true;

@@ -24,7 +24,7 @@ namespace {
 
 // One tick in seconds, as single precision keeps it: ranges no longer than
 // this are empty.
-constexpr double kOneTick = static_cast<double>(1.0f / 6000.0f);
+constexpr double kOneTick = static_cast<double>(kOneTickSeconds);
 
 bool finiteTimes(std::initializer_list<TtimeValue const*> times)
 {

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <bit>
 #include <cmath>
+#include <utility>
 #include <cstdlib>
 #include <limits>
 #include <new>
@@ -356,6 +357,21 @@ void Tkeyframe::setTanOutType(TtangentType type)
     } else {
         fTanOutType = type;
     }
+}
+
+void Tkeyframe::exchangeTangentTypes()
+{
+    std::swap(fTanInType, fTanOutType);
+}
+
+void Tkeyframe::reverseTangentVectors()
+{
+    float const inX = fTanInX;
+    float const inY = fTanInY;
+    fTanInX = fTanOutX;
+    fTanInY = -fTanOutY;
+    fTanOutX = inX;
+    fTanOutY = -inY;
 }
 
 void Tkeyframe::updateGlobalTangentTypes(TtangentType in, TtangentType out)

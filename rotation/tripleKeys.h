@@ -7,8 +7,7 @@
 // evaluation and its Euler cache.
 namespace keel_rotation {
 
-// One tick in seconds, in single precision as key times are compared.
-inline constexpr float kOneTick = 1.0f / 6000.0f;
+inline constexpr float kOneTick = kOneTickSeconds;
 // Spans shorter than this (seconds) are taken as ended: fraction 1.
 inline constexpr double kShortestSpan = 1e-5;
 

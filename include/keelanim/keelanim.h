@@ -30,6 +30,7 @@
 #include "keelanim/keys/pickParts.h"
 #include "keelanim/keys/tangentType.h"
 
+#include "keelanim/clipboard/clipboard.h"
 #include "keelanim/curve/curveMessages.h"
 #include "keelanim/curve/msgDepot.h"
 #include "keelanim/curve/paramCurve.h"

@@ -14,6 +14,8 @@
 // a time takes a TtimeValue.
 
 inline constexpr int kTicksPerSecond = 6000;
+// One tick in seconds, in single precision as float key times hold it.
+inline constexpr float kOneTickSeconds = 1.0f / kTicksPerSecond;
 
 // Units a host may express times in. Unit code 2 is seconds.
 enum TtimeUnitSystem : int {

@@ -26,6 +26,7 @@ class TcurveEditSession;
 class TmoveKeyDataPtrList;
 class TpickKeyDictionary;
 class TpickKeyList;
+struct TpasteSettings;
 class TtangentJournal;
 using TkeyframeHandlePtrArray = TtypedArray<TkeyframeHandle*>;
 using TuInt32Array = TtypedArray<std::uint32_t>;
@@ -540,6 +541,157 @@ public:
     // curves; as moveKeyframe otherwise.
     bool moveKeyframe(unsigned index, TtimeValue time, Tquaternion const& rotation,
                       TparamCurveEnums::TmoveOption option, bool record);
+
+    // --- Clipboard (clipboard/copy.cpp, clipboard/cut.cpp,
+    //     clipboard/infinityZone.cpp, clipboard/paste.cpp,
+    //     clipboard/pasteShaping.cpp) ----------------------------------------
+    // Copies go into clipboard curves made by the copy: `result` points to
+    // three slots that the copy fills (the rest are set to null) and whose
+    // curves the caller owns and deletes (TclipboardCurves does so). A curve
+    // of a rotation triple copies its whole triple, three curves in X, Y, Z
+    // order; any other curve copies itself alone. Clipboard keys keep the
+    // host times they had. Ranges are host times of the curve's form and
+    // include both ends; a reversed range, NaN or a time of the other form
+    // copies nothing. The answer is the number of curves filled, 0 when
+    // nothing was copied (the slots are then null).
+    enum TcopyOption : unsigned {
+        kCopyKeys = 0,           // the keys inside the range
+        kCopyWithRangeEnds = 1,  // also keys at the range ends and the infinity zones it covers
+        kCopyForCut = 2,         // what cut option 6 asks: the keys inside the range
+    };
+    // What a cut does to the keys after the range once it removed the keys
+    // inside. Options 3 to 5 first key the range ends (keeping the curve's
+    // shape), then remove the keys strictly between them. "Join" lowers
+    // the moved keys by (value at end - value at start), so that the curve
+    // stays continuous across the closed gap; on a triple in a quaternion
+    // mode the moved rotations turn by the rotation between the ends.
+    enum TcutOption : unsigned {
+        kCutKeys = 0,                  // later keys stay
+        kCutAndClose = 1,              // later keys move earlier by the range length
+        kCutAndJoin = 2,               // as 1, and joined
+        kCutRange = 3,                 // keys at the ends stay, later keys stay
+        kCutRangeAndClose = 4,         // the end key lands one tick after the start key
+        kCutRangeAndJoin = 5,          // as 4 and joined: the start key takes the end key's out side
+        kCutKeysAndCloseOnKeys = 6,    // later keys move so the first lands where the first cut key stood
+    };
+    // How pasted keys meet the keys of the target (see paste()).
+    enum TpasteOption : unsigned {
+        kPasteInsert = 0,
+        kPasteUnhandled = 1,  // does nothing
+        kPasteReplace = 2,
+        kPasteMerge = 3,
+        kPasteScaleInsert = 4,
+        kPasteScaleReplace = 5,
+        kPasteScaleMerge = 6,
+        kPasteFitInsert = 7,
+        kPasteFitReplace = 8,
+        kPasteFitMerge = 9,
+    };
+    static constexpr unsigned kMaxClipboardCurves = 3;
+    //
+    // Copying (no change to this curve). With several picks only whole-key
+    // picks can be copied; a single pick must be a whole-key pick.
+    bool canCopy(TpickKeyDictionary const& picks, TcopyOption option) const;
+    // A run of consecutive picked keys copies as the range between them;
+    // scattered picks copy key by key. 0 when a picked key is not found.
+    unsigned copy(TpickKeyDictionary const& picks, TcopyOption option, TparamCurve** result);
+    // Keys from the first at or after `start` to the last at or before
+    // `end`. With kCopyWithRangeEnds the clipboard also has keys at the ends
+    // (the curve's value there, tangents that keep the span's shape) and
+    // the part of the range beyond the keys (copyKeysInInfinityZone).
+    // Unless the whole curve is copied, the sides of the end keys that face
+    // into the range are made fixed (linear on a quaternion triple), stepped
+    // sides excepted, so the block keeps its shape wherever it is pasted.
+    unsigned copyKeysInRange(TtimeValue start, TtimeValue end, TcopyOption option, TparamCurve** result);
+    // The whole-key picks found on each curve of the copy, key by key.
+    unsigned copyKeysInPickArray(TpickKeyDictionary const& picks, TcopyOption option, TparamCurve** result);
+    // The range as the curve shows it, the infinity zones written out as
+    // keys: the keys each infinity type repeats into the range, keys at the
+    // range ends, and, for constant and linear infinities, the line the
+    // curve follows there. Where a cycle jumps, the key evaluation does not
+    // answer at the seam sits one tick away. A range asking for more than a
+    // million keys copies nothing.
+    unsigned copyKeysInInfinityZone(TtimeValue const& start, TtimeValue const& end, TcopyOption option,
+                                    TparamCurve** result);
+    // The curves a copy reads (`sources`) and new, empty clipboard curves
+    // for them (`results`, owned by the caller): of the same time form,
+    // weighting, curve kind and rotation interpolation. `count` receives 1
+    // or 3; every slot beyond it is null.
+    void copyInit(unsigned* count, TparamCurve** sources, TparamCurve** results);
+    //
+    // Cutting: a copy (when `result` is not null) and the removal, as one
+    // change recorded for undo in a modification. A triple is cut on all
+    // three curves. 0 when nothing was cut and copied; refused brackets and
+    // bad input change nothing.
+    unsigned cut(TpickKeyDictionary const& picks, TcutOption option, TparamCurve** result);
+    // The range's keys as TcutOption says. The answer is the number of
+    // clipboard curves (with a null `result`: 1 when keys were cut).
+    unsigned cutKeysInRange(TtimeValue start, TtimeValue end, TcutOption option, TparamCurve** result);
+    // Each whole-key pick cut as the instant of its key, latest first, so
+    // that closing a gap never moves a key still to be cut. At an instant,
+    // options 3 to 5 cut the key as 0 to 2 do.
+    unsigned cutKeysInPickArray(TpickKeyDictionary const& picks, TcutOption option, TparamCurve** result);
+    //
+    // Pasting. The clipboard's copied range runs from *copiedStart to
+    // *copiedEnd, or, where either is null, from the first to the last key
+    // of the first clipboard curve; its length L is copiedEnd - copiedStart.
+    // The block goes in at `start`: every clipboard key moves by start -
+    // copiedStart. Insert moves the target's keys at or after `start` later
+    // by L (one tick more where the block's last key would meet the key
+    // that stood at `start`). Replace first removes the target's keys from
+    // `start` to *clearEnd (to start + L when clearEnd is null). Merge puts
+    // the block down `repetitions` times (0 counts as 1), each L after the
+    // one before; a pasted key takes the place of a key at its time, and
+    // where repetitions meet, the key keeps the earlier one's in side.
+    // Scale maps the copied range onto [start, end], fit maps the
+    // clipboard's first to last key onto it; both then insert, replace or
+    // merge. Values become value * valueScale + valueOffset (plus, with
+    // `connect`, the difference that makes the block's first key meet the
+    // curve at `start`); quaternion values are not offset. A clipboard
+    // triple pastes onto a triple axis by axis, onto a single rotation
+    // curve from the clipboard curve of its axis, onto any other curve from
+    // clipboard curve `sourceIndex`; between a quaternion and an Euler
+    // triple the clipboard is converted first. `select` selects the pasted
+    // keys. The answer is the number of curves pasted; 0, with nothing
+    // changed, for an empty clipboard or one of the other time form, a
+    // count above 3, an option that is not handled (1, above 9), NaN, a
+    // scale or fit onto or from an empty or reversed range, or a refusal.
+    unsigned paste(TtimeValue const& start, TtimeValue const& end, unsigned count, TparamCurve* const* clipboard,
+                   TpasteOption option, unsigned sourceIndex, bool connect, TtimeValue const* copiedStart,
+                   TtimeValue const* copiedEnd, double valueOffset, double valueScale, TtimeValue const* clearEnd,
+                   double valuePivot, bool select, unsigned repetitions);
+    unsigned paste(TtimeValue const& start, TtimeValue const& end, unsigned count, TparamCurve* const* clipboard,
+                   TpasteOption option, TpasteSettings const& settings);
+    // The workers paste() dispatches to. `targets` holds `count` curves (this
+    // curve among them) that take clipboard[i] each; the copied range is
+    // given, the settings as paste() reads them.
+    unsigned pasteInsert(TtimeValue const& start, TtimeValue const& end, unsigned count,
+                         TparamCurve* const* clipboard, TparamCurve* const* targets, TtimeValue const& copiedStart,
+                         TtimeValue const& copiedEnd, TpasteSettings const& settings);
+    unsigned pasteReplace(TtimeValue const& start, TtimeValue const& end, unsigned count,
+                          TparamCurve* const* clipboard, TparamCurve* const* targets, TtimeValue const& copiedStart,
+                          TtimeValue const& copiedEnd, TpasteSettings const& settings);
+    unsigned pasteMerge(TtimeValue const& start, TtimeValue const& end, unsigned count, TparamCurve* const* clipboard,
+                        TparamCurve* const* targets, TtimeValue const& copiedStart, TtimeValue const& copiedEnd,
+                        TpasteSettings const& settings);
+    unsigned pasteScale(TtimeValue const& start, TtimeValue const& end, unsigned count, TparamCurve* const* clipboard,
+                        TparamCurve* const* targets, TtimeValue const& copiedStart, TtimeValue const& copiedEnd,
+                        TpasteOption option, TpasteSettings const& settings);
+    unsigned pasteFit(TtimeValue const& start, TtimeValue const& end, unsigned count, TparamCurve* const* clipboard,
+                      TparamCurve* const* targets, TtimeValue const& copiedStart, TtimeValue const& copiedEnd,
+                      TpasteOption option, TpasteSettings const& settings);
+    // Puts a copy of clipboard key `key` on this curve at its time plus
+    // `offset`, its value as the settings transform it; `joinIn` keeps the
+    // in side of a key already there. False when the key cannot be placed.
+    bool pasteOneKey(Tkeyframe const& key, TtimeValue const& offset, TpasteSettings const& settings, bool joinIn);
+    // `time` less one tick: a tick, or 1/6000 second in single precision.
+    TtimeValue oneTickShorter(TtimeValue const& time) const;
+    // Turns a clipboard triple in a quaternion mode into Euler angles
+    // (radians) keyed at the same times, tangent types kept; with `filter`
+    // each key's angles are the ones nearest the key before, so that no
+    // channel flips by a turn. False (nothing changed) for a count other
+    // than 3, a null curve or keys out of step.
+    static bool convertCopyResultToIndependentEuler(unsigned count, TparamCurve** curves, bool filter);
 
     // --- Span segments (curve/paramCurveEval.cpp) -------------------------
     // The held segment, made to the kind the span that starts at `key`

@@ -158,6 +158,16 @@ public:
     // Stores both types, replacing a 0 by the key-tangent preference's
     // default for that side (spline when there is no such preference).
     void updateGlobalTangentTypes(TtangentType in, TtangentType out);
+    // Time reversed around the key: the stored in and out types change
+    // places; the vectors change sides, keeping their length and direction
+    // in time and turning their slope around. switchSides does both.
+    void exchangeTangentTypes();
+    void reverseTangentVectors();
+    void switchSides()
+    {
+        exchangeTangentTypes();
+        reverseTangentVectors();
+    }
     // True for plug-in tangent types whose registration locks them.
     static bool isTangentTypeLocked(TtangentType type);
 
