@@ -106,6 +106,13 @@ std::unique_ptr<TparamCurve> withKeysAt(TparamCurve const& source, TtimeValue co
     return scratch;
 }
 
+// Stepped sides and sides that choose their span's kind keep their type at
+// the ends of a copy: fixing them would change the span, not hold it.
+bool takesInwardType(TtangentType type)
+{
+    return type != kTangentStep && !choosesSpanKind(type);
+}
+
 }  // namespace
 
 bool copyKeysBetween(TparamCurve const& source, TparamCurve& result, TtimeValue const& start, TtimeValue const& end,
@@ -126,10 +133,10 @@ bool copyKeysBetween(TparamCurve const& source, TparamCurve& result, TtimeValue 
     TtangentType const inward = quaternion ? kTangentLinear : kTangentFixed;
     for (unsigned i = first; i <= last; ++i) {
         Tkeyframe key = keyWithHostTime(from, i);
-        if (!whole && i == first && key.tanOutType() != kTangentStep) {
+        if (!whole && i == first && takesInwardType(key.tanOutType())) {
             key.setTanOutType(inward);
         }
-        if (!whole && i == last && key.tanInType() != kTangentStep) {
+        if (!whole && i == last && takesInwardType(key.tanInType())) {
             key.setTanInType(inward);
         }
         result.add(key, false, true, false);

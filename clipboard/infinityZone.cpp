@@ -166,7 +166,8 @@ void TinfinityLayout::layCycles(long from, long to, TparamCurve const& governing
                 continue;
             }
             TlaidKey& earlier = fKeys.back();
-            TparamCurveEnums::TinfinityType const type = typeOf(cycle > 0 ? cycle : cycle + 1);
+            // The seam belongs to the zone of the repetition further out.
+            TparamCurveEnums::TinfinityType const type = typeOf(cycle > 0 ? cycle : cycle - 1);
             bool const joined = type != TparamCurveEnums::kCycle ||
                                 governing.value(0u) == governing.value(fCount - 1) || fCount == 1;
             if (joined) {

@@ -36,3 +36,10 @@ constexpr bool isPluginTangentType(std::int32_t type)
 {
     return (type >= kTangentPluginFirst && type <= kTangentPluginLast) || type >= kTangentPluginRangeFirst;
 }
+
+// True for the types that choose the kind of the span a key starts (the
+// ease kinds and the plug-ins' kinds) rather than a tangent rule.
+constexpr bool choosesSpanKind(std::int32_t type)
+{
+    return (type >= kTangentHermite && type <= kTangentLog) || isPluginTangentType(type);
+}
