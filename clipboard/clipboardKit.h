@@ -23,6 +23,10 @@ bool keysInRange(TparamCurve const& curve, TtimeValue const& start, TtimeValue c
 unsigned channelsOf(TparamCurve const& curve, TparamCurve* channels[3]);
 // Whether these channels are a triple evaluated as a rotation.
 bool isQuaternionTriple(TparamCurve* const* channels, unsigned count);
+// Whether every curve accepts a change now (locks, the host's helpers).
+// Each edit of a cut or paste then runs in a change of its own, so that
+// each is recorded with the tangents it re-derives.
+bool allAcceptChange(TparamCurve* const* curves, unsigned count);
 // Deletes the curves in the three slots and nulls them.
 void clearSlots(TparamCurve** slots);
 // A copy of `source`'s keys and settings that stands alone: no host hooks,

@@ -53,6 +53,16 @@ bool isQuaternionTriple(TparamCurve* const* channels, unsigned count)
     return count == 3 && channels[0] != nullptr && channels[0]->evaluatesAsQuaternion();
 }
 
+bool allAcceptChange(TparamCurve* const* curves, unsigned count)
+{
+    for (unsigned i = 0; i < count; ++i) {
+        if (!TchangeScope(*curves[i], TparamCurve::kChangeAll).open()) {
+            return false;
+        }
+    }
+    return true;
+}
+
 void clearSlots(TparamCurve** slots)
 {
     for (unsigned i = 0; i < TparamCurve::kMaxClipboardCurves; ++i) {

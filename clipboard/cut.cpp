@@ -1,7 +1,8 @@
-// Cutting: the copy, then the removal and the closing of the gap, as one
-// change on every channel of the cut. The edits go through the curve's own
-// recorded operations (insertKey, remove, moveKeyframe), so a cut undoes
-// exactly in a modification.
+// Cutting: the copy, then the removal and the closing of the gap on every
+// channel of the cut, once every channel accepts the change. Each edit is
+// one of the curve's own recorded operations (insertKey, remove,
+// moveKeyframe) in a change of its own, so a cut undoes exactly in a
+// modification: one undo step when the host's modification holds it.
 
 #include "clipboard/clipboardKit.h"
 #include "clipboard/pasteKit.h"
@@ -9,7 +10,6 @@
 #include "editing/pickedKeys.h"
 
 #include <algorithm>
-#include <optional>
 #include <vector>
 
 using namespace keel_clipboard;
@@ -128,16 +128,21 @@ bool TchannelCut::joinAtStart(unsigned startIndex)
     if (startKey == nullptr || endKey == nullptr) {
         return false;
     }
-    Tkeyframe const before(*startKey);
     float x = 0.0f;
     float y = 0.0f;
     endKey->getTanOut(x, y);
     TtangentType const outType = endKey->storedTanOutType();
     fChannel.remove(startIndex + 1);
+    TchangeScope change(fChannel, TparamCurve::kChangeTangentType);
+    if (!change.open()) {
+        return true;
+    }
+    Tkeyframe const before(*startKey);
     startKey->setTanOutType(outType);
     startKey->setTanOut(x, y);
     TcurveEditKit::keysChangedAround(fChannel, startIndex, true);
     fChannel.generateDeltasForTangents(startIndex, before);
+    change.modified();
     return true;
 }
 
@@ -216,11 +221,8 @@ unsigned TparamCurve::cutKeysInRange(TtimeValue start, TtimeValue end, TcutOptio
     }
     TparamCurve* channels[3] = {};
     unsigned const count = channelsOf(*this, channels);
-    std::optional<TchangeScope> scopes[3];
-    for (unsigned c = 0; c < count; ++c) {
-        if (!scopes[c].emplace(*channels[c], kChangeAll).open()) {
-            return 0;
-        }
+    if (!allAcceptChange(channels, count)) {
+        return 0;
     }
     bool const rangeEnds = keysRangeEnds(option) && start != end;
     unsigned copied = 0;
@@ -259,10 +261,7 @@ unsigned TparamCurve::cutKeysInRange(TtimeValue start, TtimeValue end, TcutOptio
         if (rangeEnds && !quaternion) {
             cut.keyEnds();
         }
-        if (cut.run()) {
-            scopes[c]->modified();
-            changed = true;
-        }
+        changed = cut.run() || changed;
         firstMoved = cut.firstMoved();
         closed = cut.closedGap() || closed;
     }
@@ -281,8 +280,8 @@ unsigned TparamCurve::cutKeysInPickArray(TpickKeyDictionary const& picks, TcutOp
     if (option > kCutKeysAndCloseOnKeys || keyframeCountAll() == 0 || picks.first() == nullptr) {
         return 0;
     }
-    TchangeScope change(*this, kChangeAll);
-    if (!change.open()) {
+    TparamCurve* channels[3] = {};
+    if (!allAcceptChange(channels, channelsOf(*this, channels))) {
         return 0;
     }
     std::vector<TtimeValue> times;
@@ -299,9 +298,6 @@ unsigned TparamCurve::cutKeysInPickArray(TpickKeyDictionary const& picks, TcutOp
     unsigned cutCount = 0;
     for (TtimeValue const& time : times) {
         cutCount = std::max(cutCount, cutKeysInRange(time, time, option, nullptr));
-    }
-    if (cutCount > 0) {
-        change.modified();
     }
     return copied > 0 ? copied : cutCount;
 }

@@ -1,6 +1,7 @@
-// Pasting: the clipboard's keys placed on the target curves, as one change
-// on every target. The edits go through the curve's own recorded
-// operations, so a paste undoes exactly in a modification.
+// Pasting: the clipboard's keys placed on the target curves, once every
+// target accepts the change. Each edit is one of the curve's own recorded
+// operations in a change of its own, so a paste undoes exactly in a
+// modification.
 
 #include "clipboard/clipboardKit.h"
 #include "clipboard/pasteKit.h"
@@ -10,7 +11,6 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
-#include <optional>
 
 using namespace keel_clipboard;
 
@@ -132,11 +132,8 @@ unsigned TparamCurve::paste(TtimeValue const& start, TtimeValue const& end, unsi
     if (!plan.copiedRange(copiedStart, copiedEnd)) {
         return 0;
     }
-    std::optional<TchangeScope> scopes[3];
-    for (unsigned i = 0; i < plan.count(); ++i) {
-        if (!scopes[i].emplace(*plan.targets()[i], kChangeAll).open()) {
-            return 0;
-        }
+    if (!allAcceptChange(plan.targets(), plan.count())) {
+        return 0;
     }
     unsigned const n = plan.count();
     TparamCurve* const* from = plan.clipboard();
@@ -154,7 +151,6 @@ unsigned TparamCurve::paste(TtimeValue const& start, TtimeValue const& end, unsi
     default: pasted = pasteFit(start, end, n, from, onto, copiedStart, copiedEnd, option, settings); break;
     }
     for (unsigned i = 0; i < n && pasted > 0; ++i) {
-        scopes[i]->modified();
         plan.recheckStatic(i);
     }
     return pasted;

@@ -144,6 +144,32 @@ public:
         }
     }
 
+    // Copies (which must leave the curve as it was), cuts of every option and
+    // pastes of every mode, of the curve's own keys.
+    void clipboardEdit(TparamCurve& curve)
+    {
+        TtimeValue const start = anyTime(curve, -1.0f, 10.0f);
+        TtimeValue const end = fRandom() % 5 == 0 ? start : start + anyTime(curve, 0.0f, 4.0f);
+        TclipboardCurves clipboard;
+        if (fRandom() % 3 == 0) {
+            std::string const before = keeltest::curveState(curve);
+            clipboard.copyRange(curve, start, end, TparamCurve::TcopyOption(fRandom() % 3));
+            EXPECT_EQ(keeltest::curveState(curve), before) << "a copy changed its source";
+        } else {
+            clipboard.cutRange(curve, start, end, TparamCurve::TcutOption(fRandom() % 7));
+        }
+        if (clipboard.empty()) {
+            return;
+        }
+        TpasteSettings settings;
+        settings.fRepetitions = 1 + fRandom() % 3;
+        settings.fConnect = fRandom() % 4 == 0;
+        settings.fValueOffset = double(fRandom() % 3);
+        TtimeValue const at = anyTime(curve, -1.0f, 11.0f);
+        clipboard.pasteOnto(curve, at, at + anyTime(curve, 0.0f, 3.0f), TparamCurve::TpasteOption(fRandom() % 10),
+                            settings);
+    }
+
     // Moves and scales: batches, single keys, values, replacements, swaps.
     void moveOrScale(TparamCurve& curve, unsigned at)
     {
@@ -174,7 +200,9 @@ public:
     {
         unsigned const n = curve.keyframeCount();
         unsigned const at = n > 0 ? unsigned(fRandom() % n) : 0;
-        switch (fRandom() % 20) {
+        switch (fRandom() % 22) {
+        case 20:
+        case 21: clipboardEdit(curve); break;
         case 14:
         case 15:
         case 16:

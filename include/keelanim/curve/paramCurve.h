@@ -619,9 +619,10 @@ public:
     // or 3; every slot beyond it is null.
     void copyInit(unsigned* count, TparamCurve** sources, TparamCurve** results);
     //
-    // Cutting: a copy (when `result` is not null) and the removal, as one
-    // change recorded for undo in a modification. A triple is cut on all
-    // three curves. 0 when nothing was cut and copied; refused brackets and
+    // Cutting: a copy (when `result` is not null) and the removal, all or
+    // nothing: a curve that refuses the change refuses the cut. In a
+    // modification every edit of it is recorded, so one undo step takes
+    // the whole cut back. A triple is cut on all three curves. 0 when nothing was cut and copied; refused brackets and
     // bad input change nothing.
     unsigned cut(TpickKeyDictionary const& picks, TcutOption option, TparamCurve** result);
     // The range's keys as TcutOption says. The answer is the number of
