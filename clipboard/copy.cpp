@@ -181,34 +181,16 @@ void writeTripleRotations(TparamCurve& x, TparamCurve* const results[3])
     }
 }
 
-namespace {
-
-// The time a pick names: its key's, or, for an inactive pick, that of a
-// handle without a key.
-TtimeValue pickTime(TpickKey const& pick)
-{
-    return pick.isInactive() || pick.handle() == nullptr ? TtimeValue() : pick.timeValue();
-}
-
-}  // namespace
-
 bool picksWholeKey(TpickKey const& pick)
 {
     return pick.flags().isSet(TpickKey::kPickKey);
 }
 
-TpickRun readPicks(TparamCurve const& curve, TpickKeyDictionary const& picks, TtimeValue& start,
-                         TtimeValue& end)
+TpickRun readPicks(TparamCurve const& curve, TpickKeyDictionary const& picks, TtimeValue& start, TtimeValue& end)
 {
     TpickKeyDictionaryNode const* first = picks.first();
     if (curve.keyframeCountAll() == 0 || first == nullptr) {
         return TpickRun::kNothing;
-    }
-    if (first->next() == nullptr) {
-        start = end = pickTime(first->pick());
-        unsigned index = 0;
-        bool const found = curve.find(start, index) && indexOfHandle(curve, first->pick().handle()) == index;
-        return picksWholeKey(first->pick()) && found ? TpickRun::kRange : TpickRun::kNothing;
     }
     unsigned count = 0;
     bool allKeys = true;
@@ -219,15 +201,16 @@ TpickRun readPicks(TparamCurve const& curve, TpickKeyDictionary const& picks, Tt
         ++count;
     }
     if (!allKeys) {
-        return TpickRun::kKeyByKey;
+        return count == 1 ? TpickRun::kNothing : TpickRun::kKeyByKey;
     }
-    start = pickTime(first->pick());
-    end = pickTime(last->pick());
-    unsigned firstIndex = 0;
-    unsigned lastIndex = 0;
-    if (!curve.find(start, firstIndex) || !curve.find(end, lastIndex)) {
+    // A pick whose key is gone (or inactive) names no time to copy from.
+    unsigned const firstIndex = first->pick().isInactive() ? kArrayFailure : indexOfHandle(curve, first->pick().handle());
+    unsigned const lastIndex = last->pick().isInactive() ? kArrayFailure : indexOfHandle(curve, last->pick().handle());
+    if (firstIndex == kArrayFailure || lastIndex == kArrayFailure) {
         return TpickRun::kNothing;
     }
+    start = curve.timeValue(firstIndex);
+    end = curve.timeValue(lastIndex);
     return lastIndex - firstIndex + 1 == count ? TpickRun::kRange : TpickRun::kKeyByKey;
 }
 

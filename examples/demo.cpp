@@ -1,8 +1,9 @@
 // The engine's main job on a built-in example: keys of both time forms kept
 // in order, curves edited inside a delayed batch with what their observers
-// heard, and curves of every span kind evaluated across their keys and into
-// every infinity type, which it also draws to an SVG file when the keelcurve
-// tool is built.
+// heard, curves of every span kind evaluated across their keys and into
+// every infinity type (drawn to an SVG file when the keelcurve tool is
+// built), and the editing layer: picks, tangents, moves, scales, rotation
+// triples, copy, cut and paste.
 
 #include "smoothstepInterpolator.h"
 
@@ -477,6 +478,58 @@ void showMovingAndScaling()
     });
 }
 
+// A range copied with its ends, cuts that leave or close the gap, and the
+// clipboard pasted in each mode.
+void showClipboard()
+{
+    std::printf("\ncopy, cut and paste\n");
+    auto makeCurve = [] {
+        auto curve = std::make_unique<TparamCurve>(true);
+        for (int i = 0; i <= 5; ++i) {
+            curve->add(Tkeyframe(float(i), double(i * i % 7), kTangentSpline, kTangentSpline));
+        }
+        return curve;
+    };
+    auto source = makeCurve();
+    printKeyTimes("curve:", *source);
+    TclipboardCurves clipboard;
+    clipboard.copyRange(*source, TtimeValue(1.5f), TtimeValue(3.5f), TparamCurve::kCopyWithRangeEnds);
+    printKeyTimes("copy [1.5 s, 3.5 s] with its ends:", *clipboard.curve(0));
+    struct {
+        TparamCurve::TcutOption fOption;
+        char const* fName;
+    } const cuts[] = {{TparamCurve::kCutKeys, "cut [1.5 s, 3.5 s], option 0:"},
+                      {TparamCurve::kCutAndJoin, "option 2 (closed, joined):"},
+                      {TparamCurve::kCutRangeAndJoin, "option 5 (ends keyed, joined):"}};
+    for (auto const& cut : cuts) {
+        auto curve = makeCurve();
+        TclipboardCurves taken;
+        taken.cutRange(*curve, TtimeValue(1.5f), TtimeValue(3.5f), cut.fOption);
+        printKeyTimes(cut.fName, *curve);
+    }
+    struct {
+        TparamCurve::TpasteOption fOption;
+        float fEnd;
+        unsigned fRepetitions;
+        char const* fName;
+    } const pastes[] = {{TparamCurve::kPasteInsert, 4.0f, 1, "paste at 4 s, insert:"},
+                        {TparamCurve::kPasteReplace, 4.0f, 1, "replace:"},
+                        {TparamCurve::kPasteMerge, 4.0f, 3, "merge three times:"},
+                        {TparamCurve::kPasteScaleMerge, 5.0f, 1, "scale onto [4 s, 5 s], merge:"},
+                        {TparamCurve::kPasteFitReplace, 8.0f, 1, "fit onto [4 s, 8 s], replace:"}};
+    for (auto const& paste : pastes) {
+        auto curve = makeCurve();
+        TpasteSettings settings;
+        settings.fRepetitions = paste.fRepetitions;
+        clipboard.pasteOnto(*curve, TtimeValue(4.0f), TtimeValue(paste.fEnd), paste.fOption, settings);
+        printKeyTimes(paste.fName, *curve);
+    }
+    auto curve = makeCurve();
+    editUndoRedo("cut with option 5 in a modification", *curve, [&] {
+        return curve->cutKeysInRange(TtimeValue(1.5f), TtimeValue(3.5f), TparamCurve::kCutRangeAndJoin, nullptr) > 0;
+    });
+}
+
 // One rotation keyed as Euler angles, evaluated angle by angle and as a
 // quaternion in each mode. The span from 1 s to 2 s turns 200 degrees about
 // Z: angle by angle it goes the long way, on the sphere the short way.
@@ -605,6 +658,7 @@ int main(int argc, char** argv)
     showSelectionAndTangents();
     showMovingAndScaling();
     showRotation();
+    showClipboard();
 #ifdef KEEL_DEMO_PLOT
     writeSpanKindPlot(argc > 1 ? argv[1] : "keel_demo_curves.svg");
 #else
