@@ -204,7 +204,8 @@ TpickRun readPicks(TparamCurve const& curve, TpickKeyDictionary const& picks, Tt
         return count == 1 ? TpickRun::kNothing : TpickRun::kKeyByKey;
     }
     // A pick whose key is gone (or inactive) names no time to copy from.
-    unsigned const firstIndex = first->pick().isInactive() ? kArrayFailure : indexOfHandle(curve, first->pick().handle());
+    unsigned const firstIndex =
+        first->pick().isInactive() ? kArrayFailure : indexOfHandle(curve, first->pick().handle());
     unsigned const lastIndex = last->pick().isInactive() ? kArrayFailure : indexOfHandle(curve, last->pick().handle());
     if (firstIndex == kArrayFailure || lastIndex == kArrayFailure) {
         return TpickRun::kNothing;
@@ -292,8 +293,7 @@ unsigned TparamCurve::copyKeysInRange(TtimeValue start, TtimeValue end, TcopyOpt
     return count;
 }
 
-unsigned TparamCurve::copyKeysInPickArray(TpickKeyDictionary const& picks, TcopyOption /*option*/,
-                                          TparamCurve** result)
+unsigned TparamCurve::copyKeysInPickArray(TpickKeyDictionary const& picks, TcopyOption /*option*/, TparamCurve** result)
 {
     if (result == nullptr || keyframeCountAll() == 0 || picks.first() == nullptr) {
         return 0;

@@ -161,9 +161,8 @@ bool TchannelCut::run()
                                          : TtimeValue();
         bool changed = any && removeKeys(first, last);
         unsigned const next = any ? first : after;
-        TparamCurve::TcutOption const kind = instant && keysRangeEnds(fOption)
-                                                 ? TparamCurve::TcutOption(fOption - TparamCurve::kCutRange)
-                                                 : fOption;
+        TparamCurve::TcutOption const kind =
+            instant && keysRangeEnds(fOption) ? TparamCurve::TcutOption(fOption - TparamCurve::kCutRange) : fOption;
         if (kind == TparamCurve::kCutAndClose || kind == TparamCurve::kCutAndJoin) {
             changed = shiftFrom(next, length, kind == TparamCurve::kCutAndJoin ? fDrop : 0.0) || changed;
         } else if (kind == TparamCurve::kCutKeysAndCloseOnKeys && any) {
@@ -240,7 +239,7 @@ unsigned TparamCurve::cutKeysInRange(TtimeValue start, TtimeValue end, TcutOptio
         return copied;
     }
     if (result != nullptr && copied == 0) {
-        TcopyOption const copyOption = rangeEnds ? kCopyWithRangeEnds
+        TcopyOption const copyOption = rangeEnds                          ? kCopyWithRangeEnds
                                        : option == kCutKeysAndCloseOnKeys ? kCopyForCut
                                                                           : kCopyKeys;
         copied = copyKeysInRange(start, end, copyOption, result);

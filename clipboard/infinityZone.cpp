@@ -80,13 +80,9 @@ private:
 };
 
 TinfinityLayout::TinfinityLayout(TparamCurve const& governing, TtimeValue const& start, TtimeValue const& end)
-    : fPre(governing.preInfinityType()),
-      fPost(governing.postInfinityType()),
-      fFirst(governing.timeValue(0u)),
-      fLast(governing.timeValue(governing.keyframeCountAll() - 1)),
-      fPeriod(fLast - fFirst),
-      fCount(governing.keyframeCountAll()),
-      fTicks(governing.isAnimTimeCurve())
+    : fPre(governing.preInfinityType()), fPost(governing.postInfinityType()), fFirst(governing.timeValue(0u)),
+      fLast(governing.timeValue(governing.keyframeCountAll() - 1)), fPeriod(fLast - fFirst),
+      fCount(governing.keyframeCountAll()), fTicks(governing.isAnimTimeCurve())
 {
     double const period = fPeriod.seconds();
     if (!(period > 0.0)) {
@@ -168,8 +164,8 @@ void TinfinityLayout::layCycles(long from, long to, TparamCurve const& governing
             TlaidKey& earlier = fKeys.back();
             // The seam belongs to the zone of the repetition further out.
             TparamCurveEnums::TinfinityType const type = typeOf(cycle > 0 ? cycle : cycle - 1);
-            bool const joined = type != TparamCurveEnums::kCycle ||
-                                governing.value(0u) == governing.value(fCount - 1) || fCount == 1;
+            bool const joined =
+                type != TparamCurveEnums::kCycle || governing.value(0u) == governing.value(fCount - 1) || fCount == 1;
             if (joined) {
                 earlier.fOut = laid.fOut;
                 earlier.fTime = laid.fTime;

@@ -39,8 +39,7 @@ public:
     void recheckStatic(unsigned index) const;
 
 private:
-    bool useConverted(TparamCurve* const* clipboard, bool toQuaternion,
-                      TparamCurveEnums::TrotationInterpolation mode);
+    bool useConverted(TparamCurve* const* clipboard, bool toQuaternion, TparamCurveEnums::TrotationInterpolation mode);
 
     TparamCurve& fCurve;
     TpasteSettings const& fSettings;

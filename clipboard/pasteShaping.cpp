@@ -80,8 +80,8 @@ void copiesOf(TparamCurve* const* clipboard, unsigned count, std::unique_ptr<Tpa
 
 // The worker an option ends in: insert, replace or merge.
 unsigned finalPaste(TparamCurve& curve, TparamCurve::TpasteOption option, TtimeValue const& start,
-                    TtimeValue const& end, unsigned count, TparamCurve* const* clipboard,
-                    TparamCurve* const* targets, TpasteSettings const& settings)
+                    TtimeValue const& end, unsigned count, TparamCurve* const* clipboard, TparamCurve* const* targets,
+                    TpasteSettings const& settings)
 {
     switch ((option - TparamCurve::kPasteScaleInsert) % 3) {
     case 0: return curve.pasteInsert(start, end, count, clipboard, targets, start, end, settings);
@@ -196,8 +196,8 @@ unsigned TparamCurve::pasteScale(TtimeValue const& start, TtimeValue const& end,
 
 unsigned TparamCurve::pasteFit(TtimeValue const& start, TtimeValue const& end, unsigned count,
                                TparamCurve* const* clipboard, TparamCurve* const* targets,
-                               TtimeValue const& /*copiedStart*/, TtimeValue const& /*copiedEnd*/,
-                               TpasteOption option, TpasteSettings const& settings)
+                               TtimeValue const& /*copiedStart*/, TtimeValue const& /*copiedEnd*/, TpasteOption option,
+                               TpasteSettings const& settings)
 {
     if (end < start) {
         return 0;

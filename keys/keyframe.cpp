@@ -9,10 +9,10 @@
 #include <atomic>
 #include <bit>
 #include <cmath>
-#include <utility>
 #include <cstdlib>
 #include <limits>
 #include <new>
+#include <utility>
 
 namespace {
 

@@ -80,8 +80,12 @@ TEST(Cut, EachOptionLeavesItsKeys)
         {"close", 1, 2, TparamCurve::kCutAndClose, {{0, 0}, {2, 30}, {3, 40}}, 2},
         {"join", 1, 2, TparamCurve::kCutAndJoin, {{0, 0}, {2, 20}, {3, 30}}, 2},
         {"range", 0.5, 2.5, TparamCurve::kCutRange, {{0, 0}, {0.5, 5}, {2.5, 25}, {3, 30}, {4, 40}}, 4},
-        {"range, close", 0.5, 2.5, TparamCurve::kCutRangeAndClose,
-         {{0, 0}, {0.5, 5}, {0.5 + kTick, 25}, {1 + kTick, 30}, {2 + kTick, 40}}, 4},
+        {"range, close",
+         0.5,
+         2.5,
+         TparamCurve::kCutRangeAndClose,
+         {{0, 0}, {0.5, 5}, {0.5 + kTick, 25}, {1 + kTick, 30}, {2 + kTick, 40}},
+         4},
         {"range, join", 0.5, 2.5, TparamCurve::kCutRangeAndJoin, {{0, 0}, {0.5, 5}, {1, 10}, {2, 20}}, 4},
         {"close on keys", 0.5, 2.5, TparamCurve::kCutKeysAndCloseOnKeys, {{0, 0}, {1, 30}, {2, 40}}, 2},
         {"nothing inside", 1.2, 1.8, TparamCurve::kCutKeys, kRamp, 0},
@@ -200,9 +204,9 @@ TEST(Copy, InfinityZonesBecomeKeys)
                 double const start = first - 2.3 * period;
                 double const end = last + 1.7 * period;
                 TclipboardCurves clipboard;
-                ASSERT_EQ(clipboard.copyRange(*source, at(*source, start), at(*source, end),
-                                              TparamCurve::kCopyWithRangeEnds),
-                          1u);
+                ASSERT_EQ(
+                    clipboard.copyRange(*source, at(*source, start), at(*source, end), TparamCurve::kCopyWithRangeEnds),
+                    1u);
                 TparamCurve& copy = *clipboard.curve(0);
                 EXPECT_TRUE(keeltest::keysInOrder(copy));
                 std::string const what = "pre " + std::to_string(pre) + " post " + std::to_string(post);
@@ -276,14 +280,20 @@ struct TpasteCase {
 TEST(Paste, EachModePlacesTheBlock)
 {
     TpasteCase const cases[] = {
-        {"insert", TparamCurve::kPasteInsert, 5, 5, 1,
-         {{0, 0}, {5, 0}, {6, 10}, {6 + kTick, 50}, {11 + kTick, 100}}},
-        {"insert before the keys", TparamCurve::kPasteInsert, -3, -3, 1,
+        {"insert", TparamCurve::kPasteInsert, 5, 5, 1, {{0, 0}, {5, 0}, {6, 10}, {6 + kTick, 50}, {11 + kTick, 100}}},
+        {"insert before the keys",
+         TparamCurve::kPasteInsert,
+         -3,
+         -3,
+         1,
          {{-3, 0}, {-2, 10}, {1, 0}, {6, 50}, {11, 100}}},
         {"replace", TparamCurve::kPasteReplace, 5, 5, 1, {{0, 0}, {5, 0}, {6, 10}, {10, 100}}},
-        {"merge thrice", TparamCurve::kPasteMerge, 5, 5, 3,
-         {{0, 0}, {5, 0}, {6, 0}, {7, 0}, {8, 10}, {10, 100}}},
-        {"scale, insert", TparamCurve::kPasteScaleInsert, 5, 7, 1,
+        {"merge thrice", TparamCurve::kPasteMerge, 5, 5, 3, {{0, 0}, {5, 0}, {6, 0}, {7, 0}, {8, 10}, {10, 100}}},
+        {"scale, insert",
+         TparamCurve::kPasteScaleInsert,
+         5,
+         7,
+         1,
          {{0, 0}, {5, 0}, {7, 10}, {7 + kTick, 50}, {12 + kTick, 100}}},
         {"scale, replace", TparamCurve::kPasteScaleReplace, 4, 8, 1, {{0, 0}, {4, 0}, {8, 10}, {10, 100}}},
         {"fit, merge", TparamCurve::kPasteFitMerge, 20, 24, 1, {{0, 0}, {5, 50}, {10, 100}, {20, 0}, {24, 10}}},
@@ -295,9 +305,9 @@ TEST(Paste, EachModePlacesTheBlock)
         TparamCurve* clipboard[] = {block.get()};
         TpasteSettings settings;
         settings.fRepetitions = c.fRepetitions;
-        EXPECT_EQ(target->paste(TtimeValue(float(c.fStart)), TtimeValue(float(c.fEnd)), 1, clipboard, c.fOption,
-                                settings),
-                  1u)
+        EXPECT_EQ(
+            target->paste(TtimeValue(float(c.fStart)), TtimeValue(float(c.fEnd)), 1, clipboard, c.fOption, settings),
+            1u)
             << c.fName;
         expectKeys(*target, c.fAfter, c.fName);
     }
@@ -312,7 +322,8 @@ TEST(Paste, ValuesFollowTheSettings)
     settings.fValueScale = 2.0;
     settings.fValuePivot = 1.0;
     settings.fValueOffset = 5.0;
-    ASSERT_EQ(target->paste(TtimeValue(20.0f), TtimeValue(20.0f), 1, clipboard, TparamCurve::kPasteMerge, settings), 1u);
+    ASSERT_EQ(target->paste(TtimeValue(20.0f), TtimeValue(20.0f), 1, clipboard, TparamCurve::kPasteMerge, settings),
+              1u);
     expectKeys(*target, {{0, 0}, {10, 100}, {20, 6}, {21, 10}}, "scaled about the pivot and offset");
     settings = TpasteSettings{};
     settings.fConnect = true;
@@ -429,9 +440,8 @@ struct Ttriple {
     {
         double const degrees[] = {0.0, 70.0, 160.0, 200.0};
         for (int i = 0; i < 4; ++i) {
-            fLink.setKey(TtimeValue(float(i)),
-                         TrotateXYZ{0.3 * i, 0.1, degrees[i] * std::numbers::pi / 180.0}, kTangentSpline,
-                         kTangentSpline);
+            fLink.setKey(TtimeValue(float(i)), TrotateXYZ{0.3 * i, 0.1, degrees[i] * std::numbers::pi / 180.0},
+                         kTangentSpline, kTangentSpline);
         }
         fLink.setRotationInterpolation(mode);
     }
@@ -447,8 +457,7 @@ TEST(Clipboard, TriplesCopyAndPasteAsRotations)
     Ttriple source(TparamCurveEnums::kQuaternionSlerp);
     source.fX->setPostInfinityType(TparamCurveEnums::kCycle);
     TclipboardCurves clipboard;
-    ASSERT_EQ(clipboard.copyRange(*source.fY, TtimeValue(0.5f), TtimeValue(5.5f), TparamCurve::kCopyWithRangeEnds),
-              3u);
+    ASSERT_EQ(clipboard.copyRange(*source.fY, TtimeValue(0.5f), TtimeValue(5.5f), TparamCurve::kCopyWithRangeEnds), 3u);
     Ttriple target(TparamCurveEnums::kQuaternionSlerp);
     target.fX->removeAllKeys(true, true);
     ASSERT_EQ(clipboard.pasteOnto(*target.fZ, TtimeValue(10.5f), TtimeValue(10.5f), TparamCurve::kPasteMerge), 3u);

@@ -566,13 +566,13 @@ public:
     // stays continuous across the closed gap; on a triple in a quaternion
     // mode the moved rotations turn by the rotation between the ends.
     enum TcutOption : unsigned {
-        kCutKeys = 0,                  // later keys stay
-        kCutAndClose = 1,              // later keys move earlier by the range length
-        kCutAndJoin = 2,               // as 1, and joined
-        kCutRange = 3,                 // keys at the ends stay, later keys stay
-        kCutRangeAndClose = 4,         // the end key lands one tick after the start key
-        kCutRangeAndJoin = 5,          // as 4 and joined: the start key takes the end key's out side
-        kCutKeysAndCloseOnKeys = 6,    // later keys move so the first lands where the first cut key stood
+        kCutKeys = 0,                // later keys stay
+        kCutAndClose = 1,            // later keys move earlier by the range length
+        kCutAndJoin = 2,             // as 1, and joined
+        kCutRange = 3,               // keys at the ends stay, later keys stay
+        kCutRangeAndClose = 4,       // the end key lands one tick after the start key
+        kCutRangeAndJoin = 5,        // as 4 and joined: the start key takes the end key's out side
+        kCutKeysAndCloseOnKeys = 6,  // later keys move so the first lands where the first cut key stood
     };
     // How pasted keys meet the keys of the target (see paste()).
     enum TpasteOption : unsigned {
@@ -666,12 +666,12 @@ public:
     // The workers paste() dispatches to. `targets` holds `count` curves (this
     // curve among them) that take clipboard[i] each; the copied range is
     // given, the settings as paste() reads them.
-    unsigned pasteInsert(TtimeValue const& start, TtimeValue const& end, unsigned count,
-                         TparamCurve* const* clipboard, TparamCurve* const* targets, TtimeValue const& copiedStart,
-                         TtimeValue const& copiedEnd, TpasteSettings const& settings);
-    unsigned pasteReplace(TtimeValue const& start, TtimeValue const& end, unsigned count,
-                          TparamCurve* const* clipboard, TparamCurve* const* targets, TtimeValue const& copiedStart,
-                          TtimeValue const& copiedEnd, TpasteSettings const& settings);
+    unsigned pasteInsert(TtimeValue const& start, TtimeValue const& end, unsigned count, TparamCurve* const* clipboard,
+                         TparamCurve* const* targets, TtimeValue const& copiedStart, TtimeValue const& copiedEnd,
+                         TpasteSettings const& settings);
+    unsigned pasteReplace(TtimeValue const& start, TtimeValue const& end, unsigned count, TparamCurve* const* clipboard,
+                          TparamCurve* const* targets, TtimeValue const& copiedStart, TtimeValue const& copiedEnd,
+                          TpasteSettings const& settings);
     unsigned pasteMerge(TtimeValue const& start, TtimeValue const& end, unsigned count, TparamCurve* const* clipboard,
                         TparamCurve* const* targets, TtimeValue const& copiedStart, TtimeValue const& copiedEnd,
                         TpasteSettings const& settings);
