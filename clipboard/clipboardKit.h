@@ -23,6 +23,10 @@ bool keysInRange(TparamCurve const& curve, TtimeValue const& start, TtimeValue c
 unsigned channelsOf(TparamCurve const& curve, TparamCurve* channels[3]);
 // Whether these channels are a triple evaluated as a rotation.
 bool isQuaternionTriple(TparamCurve* const* channels, unsigned count);
+// The answer of a copy into `result`: `count` when keys were copied (a
+// quaternion triple's then take their rotations from the triple of `x`),
+// else 0 with the slots emptied.
+unsigned finishCopy(bool copied, bool quaternion, TparamCurve& x, TparamCurve** result, unsigned count);
 // Whether every curve accepts a change now (locks, the host's helpers).
 // Each edit of a cut or paste then runs in a change of its own, so that
 // each is recorded with the tangents it re-derives.

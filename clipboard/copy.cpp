@@ -53,6 +53,18 @@ bool isQuaternionTriple(TparamCurve* const* channels, unsigned count)
     return count == 3 && channels[0] != nullptr && channels[0]->evaluatesAsQuaternion();
 }
 
+unsigned finishCopy(bool copied, bool quaternion, TparamCurve& x, TparamCurve** result, unsigned count)
+{
+    if (!copied) {
+        clearSlots(result);
+        return 0;
+    }
+    if (quaternion) {
+        writeTripleRotations(x, result);
+    }
+    return count;
+}
+
 bool allAcceptChange(TparamCurve* const* curves, unsigned count)
 {
     for (unsigned i = 0; i < count; ++i) {
@@ -283,14 +295,7 @@ unsigned TparamCurve::copyKeysInRange(TtimeValue start, TtimeValue end, TcopyOpt
     for (unsigned c = 0; c < count; ++c) {
         copied = copyKeysBetween(*sources[c], *result[c], start, end, withEnds, quaternion) || copied;
     }
-    if (!copied) {
-        clearSlots(result);
-        return 0;
-    }
-    if (quaternion) {
-        writeTripleRotations(*sources[0], result);
-    }
-    return count;
+    return finishCopy(copied, quaternion, *sources[0], result, count);
 }
 
 unsigned TparamCurve::copyKeysInPickArray(TpickKeyDictionary const& picks, TcopyOption /*option*/, TparamCurve** result)

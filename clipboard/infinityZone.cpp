@@ -280,12 +280,5 @@ unsigned TparamCurve::copyKeysInInfinityZone(TtimeValue const& start, TtimeValue
         }
         copied = copyKeysBetween(*unrolled, *result[c], start, end, true, quaternion) || copied;
     }
-    if (!copied) {
-        clearSlots(result);
-        return 0;
-    }
-    if (quaternion) {
-        writeTripleRotations(*sources[0], result);
-    }
-    return count;
+    return finishCopy(copied, quaternion, *sources[0], result, count);
 }

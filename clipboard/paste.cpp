@@ -97,6 +97,22 @@ bool clearRange(TparamCurve& target, TtimeValue const& start, TtimeValue const& 
     return removed;
 }
 
+// Readies each target (`prepare`), then puts its clipboard curve's block
+// down once, moved by `offset`: the number of targets that took keys.
+template <class Prepare>
+unsigned pasteOnEach(unsigned count, TparamCurve* const* clipboard, TparamCurve* const* targets,
+                     TtimeValue const& start, TtimeValue const& offset, TpasteSettings const& settings,
+                     Prepare&& prepare)
+{
+    unsigned pasted = 0;
+    for (unsigned i = 0; i < count; ++i) {
+        TpasteSettings const values = connected(*targets[i], *clipboard[i], start, settings);
+        prepare(*targets[i]);
+        pasted += placeBlock(*targets[i], *clipboard[i], offset, values, false) ? 1 : 0;
+    }
+    return pasted;
+}
+
 }  // namespace
 
 TtimeValue TparamCurve::oneTickShorter(TtimeValue const& time) const
@@ -125,6 +141,10 @@ unsigned TparamCurve::paste(TtimeValue const& start, TtimeValue const& end, unsi
     if (option == kPasteUnhandled || option > kPasteFitMerge || !plan.valid() ||
         !TcurveEditKit::acceptsTimeForm(*this, start) || !TcurveEditKit::acceptsTimeForm(*this, end) ||
         !finiteTime(start) || !finiteTime(end)) {
+        return 0;
+    }
+    TtimeValue const* clearEnd = settings.fClearEnd;
+    if (clearEnd != nullptr && (!TcurveEditKit::acceptsTimeForm(*this, *clearEnd) || !finiteTime(*clearEnd))) {
         return 0;
     }
     TtimeValue copiedStart;
@@ -201,14 +221,8 @@ unsigned TparamCurve::pasteInsert(TtimeValue const& start, TtimeValue const& /*e
             room = length + oneTick(*targets[i]);  // the block's last key would meet the key at start
         }
     }
-    TtimeValue const offset = start - copiedStart;
-    unsigned pasted = 0;
-    for (unsigned i = 0; i < count; ++i) {
-        TpasteSettings const values = connected(*targets[i], *clipboard[i], start, settings);
-        makeRoom(*targets[i], start, room);
-        pasted += placeBlock(*targets[i], *clipboard[i], offset, values, false) ? 1 : 0;
-    }
-    return pasted;
+    return pasteOnEach(count, clipboard, targets, start, start - copiedStart, settings,
+                       [&](TparamCurve& target) { makeRoom(target, start, room); });
 }
 
 unsigned TparamCurve::pasteReplace(TtimeValue const& start, TtimeValue const& /*end*/, unsigned count,
@@ -217,14 +231,8 @@ unsigned TparamCurve::pasteReplace(TtimeValue const& start, TtimeValue const& /*
                                    TpasteSettings const& settings)
 {
     TtimeValue const clearTo = settings.fClearEnd != nullptr ? *settings.fClearEnd : start + (copiedEnd - copiedStart);
-    TtimeValue const offset = start - copiedStart;
-    unsigned pasted = 0;
-    for (unsigned i = 0; i < count; ++i) {
-        TpasteSettings const values = connected(*targets[i], *clipboard[i], start, settings);
-        clearRange(*targets[i], start, clearTo);
-        pasted += placeBlock(*targets[i], *clipboard[i], offset, values, false) ? 1 : 0;
-    }
-    return pasted;
+    return pasteOnEach(count, clipboard, targets, start, start - copiedStart, settings,
+                       [&](TparamCurve& target) { clearRange(target, start, clearTo); });
 }
 
 unsigned TparamCurve::pasteMerge(TtimeValue const& start, TtimeValue const& /*end*/, unsigned count,

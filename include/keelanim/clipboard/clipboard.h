@@ -10,8 +10,8 @@ struct TpasteSettings {
     // The clipboard curve that pastes onto a curve outside a rotation triple
     // when the clipboard holds a triple.
     unsigned fSourceIndex = 0;
-    // Offsets the pasted values so that the block's first key meets the
-    // target's value at the paste start.
+    // Offsets the pasted values (in place of fValueOffset) so that the
+    // block's first key meets the target's value at the paste start.
     bool fConnect = false;
     TtimeValue const* fCopiedStart = nullptr;
     TtimeValue const* fCopiedEnd = nullptr;

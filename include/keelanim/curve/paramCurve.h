@@ -646,17 +646,19 @@ public:
     // where repetitions meet, the key keeps the earlier one's in side.
     // Scale maps the copied range onto [start, end], fit maps the
     // clipboard's first to last key onto it; both then insert, replace or
-    // merge. Values become value * valueScale + valueOffset (plus, with
-    // `connect`, the difference that makes the block's first key meet the
-    // curve at `start`); quaternion values are not offset. A clipboard
+    // merge. Values become (value - valuePivot) * valueScale + valuePivot +
+    // valueOffset, tangents scaled with them; with `connect` the offset is
+    // the one that makes the block's first key meet the curve at `start`.
+    // Quaternion values are pasted as they are. A clipboard
     // triple pastes onto a triple axis by axis, onto a single rotation
     // curve from the clipboard curve of its axis, onto any other curve from
     // clipboard curve `sourceIndex`; between a quaternion and an Euler
     // triple the clipboard is converted first. `select` selects the pasted
     // keys. The answer is the number of curves pasted; 0, with nothing
     // changed, for an empty clipboard or one of the other time form, a
-    // count above 3, an option that is not handled (1, above 9), NaN, a
-    // scale or fit onto or from an empty or reversed range, or a refusal.
+    // count other than 1 or 3, an option that is not handled (1, above 9),
+    // NaN or infinite input, a scale from or onto an empty or reversed
+    // range, a fit onto a reversed range, or a refusal.
     unsigned paste(TtimeValue const& start, TtimeValue const& end, unsigned count, TparamCurve* const* clipboard,
                    TpasteOption option, unsigned sourceIndex, bool connect, TtimeValue const* copiedStart,
                    TtimeValue const* copiedEnd, double valueOffset, double valueScale, TtimeValue const* clearEnd,
