@@ -492,4 +492,48 @@ TEST(Clipboard, QuaternionCutsJoinRotations)
                        "the key after the gap, turned");
 }
 
+std::string tripleState(TparamCurve* const (&curves)[3])
+{
+    std::string state;
+    for (TparamCurve* curve : curves) {
+        state += keeltest::curveState(*curve);
+    }
+    return state;
+}
+
+// Cuts and pastes of a triple, in one modification of its three curves,
+// undo and redo on all three exactly.
+TEST(Clipboard, TripleEditsUndoAndRedoExactly)
+{
+    for (auto mode : {TparamCurveEnums::kEulerAngles, TparamCurveEnums::kQuaternionCubic}) {
+        Ttriple source(mode);
+        TclipboardCurves clipboard;
+        ASSERT_EQ(clipboard.copyRange(*source.fX, TtimeValue(0.5f), TtimeValue(2.0f), TparamCurve::kCopyWithRangeEnds),
+                  3u);
+        for (unsigned edit = 0; edit < 7 + 10; ++edit) {
+            Ttriple triple(mode);
+            TparamCurve* curves[] = {triple.fX.get(), triple.fY.get(), triple.fZ.get()};
+            std::string const before = tripleState(curves);
+            TparamCurveDeltaUser user;
+            for (TparamCurve* curve : curves) {
+                user.beginParamCurveMod(*curve);
+            }
+            unsigned const done = edit < 7 ? triple.fY->cutKeysInRange(TtimeValue(0.5f), TtimeValue(2.5f),
+                                                                       TparamCurve::TcutOption(edit), nullptr)
+                                           : clipboard.pasteOnto(*triple.fY, TtimeValue(1.25f), TtimeValue(2.5f),
+                                                                 TparamCurve::TpasteOption(edit - 7));
+            for (TparamCurve* curve : curves) {
+                user.endParamCurveMod(*curve);
+            }
+            std::string const after = tripleState(curves);
+            std::string const what = "mode " + std::to_string(mode) + " edit " + std::to_string(edit);
+            EXPECT_EQ(done == 0, edit == 7 + TparamCurve::kPasteUnhandled) << what;
+            user.undoPC();
+            EXPECT_EQ(tripleState(curves), before) << what;
+            user.redoPC();
+            EXPECT_EQ(tripleState(curves), after) << what;
+        }
+    }
+}
+
 }  // namespace
