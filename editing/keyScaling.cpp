@@ -11,6 +11,7 @@
 
 #include "curve/detail/editKit.h"
 #include "editing/keyMoveSession.h"
+#include "editing/keyScaling.h"
 #include "editing/pickedKeys.h"
 #include "keelanim/curve/curveMessages.h"
 #include "keelanim/editing/pickKeyList.h"
@@ -451,6 +452,12 @@ bool TparamCurve::scaleTimeAndValue(TkeyframeHandlePtrArray& handles, float time
 bool TparamCurve::scaleTimeAndValue(TpickKeyList const& picks, float timeScale, TtimeValue const& timePivot,
                                     float valueScale, double valuePivot, bool, bool followBreakdowns)
 {
+    return scalePickedKeys(*this, picks, timeScale, timePivot, valueScale, valuePivot, followBreakdowns, true);
+}
+
+bool scalePickedKeys(TparamCurve& curve, TpickKeyList const& picks, float timeScale, TtimeValue const& timePivot,
+                     float valueScale, double valuePivot, bool followBreakdowns, bool scaleTangents)
+{
     if (!usableScale(timeScale) || !usableScale(valueScale) || !finiteTimes({&timePivot}) ||
         !std::isfinite(valuePivot)) {
         return false;
@@ -458,33 +465,34 @@ bool TparamCurve::scaleTimeAndValue(TpickKeyList const& picks, float timeScale, 
     if (timeScale == 1.0f && valueScale == 1.0f) {
         return true;
     }
-    TscaleBracket change(*this, kChangeReplace | kChangeValue);
+    TscaleBracket change(curve, TparamCurve::kChangeReplace | TparamCurve::kChangeValue);
     if (!change.open()) {
         return false;
     }
-    std::vector<bool> picked(arrayCount(), false);
-    forEachPickedKey(*this, picks, [&](Tkeyframe&, unsigned index, TpickKey const&) { picked[index] = true; });
+    unsigned const count = curve.keyframeCountAll();
+    std::vector<bool> picked(count, false);
+    forEachPickedKey(curve, picks, [&](Tkeyframe&, unsigned index, TpickKey const&) { picked[index] = true; });
     double const pivot = timePivot.seconds();
-    TtimePlan plan(*this);
-    for (unsigned i = 0; i < arrayCount(); ++i) {
+    TtimePlan plan(curve);
+    for (unsigned i = 0; i < count; ++i) {
         if (picked[i] && timeScale != 1.0f) {
-            plan.place(*this, i, pivot + (keySeconds(*this, i) - pivot) * timeScale);
-            plan.fTangentFactors[i] = timeScale;
+            plan.place(curve, i, pivot + (keySeconds(curve, i) - pivot) * timeScale);
+            plan.fTangentFactors[i] = scaleTangents ? timeScale : 1.0f;
         }
     }
-    if (!keepsKeysApart(*this, plan)) {
+    if (!keepsKeysApart(curve, plan)) {
         return false;
     }
-    if (arrayCount() == 0) {
+    if (count == 0) {
         return true;
     }
     if (followBreakdowns) {
-        getAffectedBreakdowns(picks);
+        curve.getAffectedBreakdowns(picks);
     }
     TtimeValue const times[5] = {TtimeValue(), TtimeValue(), TtimeValue(), TtimeValue(), timePivot};
     rewriteKeys(
-        *this, plan, valueScale, valuePivot, [&](unsigned i) { return bool(picked[i]); }, times);
-    flushBreakdownCache();
+        curve, plan, valueScale, valuePivot, [&](unsigned i) { return bool(picked[i]); }, times);
+    curve.flushBreakdownCache();
     change.modified();
     return true;
 }

@@ -13,6 +13,7 @@
 #include "keelanim/base/dictionary.h"
 #include "keelanim/base/environment.h"
 #include "keelanim/base/export.h"
+#include "keelanim/base/ffd.h"
 #include "keelanim/base/hashTable.h"
 #include "keelanim/base/iffTag.h"
 #include "keelanim/base/messageCenter.h"
@@ -36,6 +37,7 @@
 #include "keelanim/curve/paramCurve.h"
 #include "keelanim/curve/paramCurveEnums.h"
 
+#include "keelanim/editing/changeFunctions.h"
 #include "keelanim/editing/keyframeAccountant.h"
 #include "keelanim/editing/keyframeGroup.h"
 #include "keelanim/editing/keyframeHandle.h"
@@ -44,6 +46,7 @@
 #include "keelanim/editing/pickKey.h"
 #include "keelanim/editing/pickKeyDictionary.h"
 #include "keelanim/editing/pickKeyList.h"
+#include "keelanim/editing/retimeData.h"
 
 #include "keelanim/segments/animCurve.h"
 #include "keelanim/segments/bezier.h"

@@ -26,9 +26,14 @@ class TcurveEditSession;
 class TmoveKeyDataPtrList;
 class TpickKeyDictionary;
 class TpickKeyList;
+class TretimeDistanceData;
+class TrippleData;
+class TtimeValueChangeFn;
 struct TpasteSettings;
 class TtangentJournal;
 using TkeyframeHandlePtrArray = TtypedArray<TkeyframeHandle*>;
+using TrippleDataPtrArray = TtypedArray<TrippleData*>;
+using TretimeDistanceDataPtrArray = TtypedArray<TretimeDistanceData*>;
 using TuInt32Array = TtypedArray<std::uint32_t>;
 
 // TparamCurve: an animation curve, the owner of its keys.
@@ -362,7 +367,8 @@ public:
     bool adjustTangents(TpickKeyDictionary const& picks, Tangle const& angle, float xScale, float yScale);
     bool adjustTangents(TpickKeyDictionary const& picks, float weight, float xScale, float yScale);
 
-    // --- Moving keys (editing/keyMoving.cpp, editing/breakdownCache.cpp) ---
+    // --- Moving keys (editing/keyMoving.cpp, editing/breakdownCache.cpp,
+    //     editing/changeFnMoves.cpp) ----------------------------------------
     // A move runs between beginMoveKeys, which notes the keys that take part
     // (and the breakdown keys that follow them), and endMoveKeys. Times are
     // host times in the curve's form (seconds on a float curve, ticks on an
@@ -391,6 +397,19 @@ public:
     bool moveKeys(TkeyframeHandlePtrArray& handles, TtimeValueArray& newTimes, TtimeValueArray& oldTimes,
                   TdoubleArray& newValues, TdoubleArray& oldValues, TparamCurveEnums::TmoveOption option,
                   bool followBreakdowns);
+    // The batch with each key's own change, asked of `change` per handle
+    // (see TtimeValueChangeFn): a key goes to its time now plus its time
+    // change (in the curve's form, seconds rounded to the nearest tick on
+    // an animTime curve) and its value plus its value change; otherwise as
+    // the batch above. False as above, and for a change that is not finite.
+    bool moveKeys(TkeyframeHandlePtrArray& handles, TtimeValueArray& oldTimes, TtimeValueChangeFn const& change,
+                  TparamCurveEnums::TmoveOption option, bool followBreakdowns);
+    // The same for the picked whole keys, and for the keys of the move in
+    // progress (those beginMoveKeys named).
+    bool moveKeys(TpickKeyDictionary const& picks, TtimeValueChangeFn const& change,
+                  TparamCurveEnums::TmoveOption option, bool followBreakdowns);
+    bool applyMoveKeyList(TtimeValueChangeFn const& change, TparamCurveEnums::TmoveOption option,
+                          bool followBreakdowns);
     // Moves key `index` to (time, value); `record` makes the undo record
     // in a modification. Locked time or value stay as they are.
     bool moveKeyframe(unsigned index, TtimeValue time, double value, TparamCurveEnums::TmoveOption option, bool record);
@@ -483,6 +502,43 @@ public:
     // Scales a key's tangents in time / in value (no bracket, no record).
     bool scaleTangentX(Tkeyframe* key, float factor, bool scaleIn, bool scaleOut);
     bool scaleTangentY(Tkeyframe* key, float factor);
+
+    // --- Ripple and retime (editing/retime.cpp) ----------------------------
+    // A retime stretches regions of the timeline, ripples the keys after
+    // them and keeps the curve's shape between keys: every fixed tangent
+    // follows its interval's change of length. Ripple offsets are seconds.
+    //
+    // A record to ripple key `index` by `offset` (the caller owns it); null
+    // for a bad index or a breakdown key (breakdowns keep their proportion
+    // instead of rippling).
+    TrippleData* getRippleData(unsigned index, float offset) const;
+    // One record per picked whole key that is not a breakdown; false when
+    // none was made.
+    bool buildRippleCache(TpickKeyList const& picks, float offset, TrippleDataPtrArray& out) const;
+    // Moves each cached key to its desired time (option 2: a rippled key
+    // replaces an unrippled key it lands on). Keys moving later go latest
+    // first and keys moving earlier earliest first, so rippled keys never
+    // land on each other. Recorded for undo in a modification.
+    void applyRippleCache(TrippleDataPtrArray& cache);
+    void flushRippleCache(TrippleDataPtrArray& cache);
+    // One record per key with the interval before it (ticks / 6000 on an
+    // animTime curve, seconds on a float curve); false for an empty curve.
+    bool buildRetimeDistanceCache(TretimeDistanceDataPtrArray& out) const;
+    // Every interval whose length changed by more than 1e-5 s scales the
+    // fixed tangents facing into it (the out tangent of the key before, the
+    // in tangent of the key after) by new / old length. Stops at the first
+    // key that is gone. Recorded for undo in a modification.
+    void applyRetimeDistanceCache(TretimeDistanceDataPtrArray& cache);
+    void flushRetimeDistanceCache(TretimeDistanceDataPtrArray& cache);
+    // Scales the times of regionA's picked keys by scaleA about pivotA and
+    // of regionB's by scaleB about pivotB (values untouched, breakdowns
+    // following), ripples the `ripple` keys by rippleOffset, then lets the
+    // fixed tangents follow their intervals. False when a region's scale is
+    // refused (locks, a refused bracket, keys that would meet): nothing is
+    // rippled then, but a region already scaled stays scaled.
+    bool retimeRegions(TpickKeyList const& regionA, TpickKeyList const& regionB, TpickKeyList const& ripple,
+                       float scaleA, float scaleB, float rippleOffset, TtimeValue const& pivotA,
+                       TtimeValue const& pivotB);
 
     // --- Rotation (rotation/quaternionEvaluation.cpp, rotation/eulerCache.cpp;
     //     the cache is dirtied in curve/paramCurveEval.cpp) -------------------

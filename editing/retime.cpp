@@ -1,0 +1,204 @@
+// Ripple and retime: regions of the timeline scaled, later keys rippled, and
+// the fixed tangents of every interval that changed length rescaled to it,
+// so that the curve keeps its shape between keys.
+
+#include "curve/detail/editKit.h"
+#include "editing/keyMoveSession.h"
+#include "editing/keyScaling.h"
+#include "editing/pickedKeys.h"
+#include "keelanim/editing/keyframeHandle.h"
+#include "keelanim/editing/retimeData.h"
+
+#include <cmath>
+#include <memory>
+#include <vector>
+
+namespace {
+
+// Intervals that change by no more than this (seconds) keep their tangents.
+constexpr double kLengthTolerance = static_cast<double>(0.00001f);
+
+TparamCurve* mutableCurve(TparamCurve const* curve)
+{
+    return const_cast<TparamCurve*>(curve);  // NOLINT(cppcoreguidelines-pro-type-const-cast): handles only read
+}
+
+// A key's time in seconds as a retime reads it: ticks / 6000 for a tick time.
+double retimeSeconds(TparamCurve const& curve, Tkeyframe const* key)
+{
+    return curve.timeValue(key).seconds();
+}
+
+template <class Record> void flushRecords(TtypedArray<Record*>& cache)
+{
+    for (Record* record : cache) {
+        delete record;
+    }
+    cache.changeLogicalSizeTo(0);
+}
+
+// Scales the fixed tangents that face into the interval from `before` to
+// `after` by `ratio`, recording each side that changed.
+void scaleInterval(TparamCurve& curve, unsigned before, unsigned after, float ratio)
+{
+    Tkeyframe* first = curve.keyframe(before);
+    Tkeyframe* second = curve.keyframe(after);
+    Tkeyframe const firstWas(*first);
+    Tkeyframe const secondWas(*second);
+    curve.scaleTangentX(first, ratio, false, true);
+    curve.scaleTangentX(second, ratio, true, false);
+    curve.invalidateCache(static_cast<int>(before));
+    curve.generateDeltasForTangents(before, firstWas);
+    curve.generateDeltasForTangents(after, secondWas);
+}
+
+}  // namespace
+
+// --- The records -------------------------------------------------------------------------------------
+
+TrippleData::TrippleData(TparamCurve const* curve, unsigned index, float offset)
+    : fHandle(curve != nullptr ? std::make_unique<TkeyframeHandle>(mutableCurve(curve), index, false) : nullptr),
+      fOffset(offset)
+{
+}
+
+TrippleData::~TrippleData() = default;
+
+TtimeValue TrippleData::getDesiredTime(TparamCurve const* curve) const
+{
+    Tkeyframe const* key = fHandle != nullptr ? fHandle->keyframe() : nullptr;
+    if (curve == nullptr || key == nullptr) {
+        return TtimeValue();
+    }
+    double const seconds = retimeSeconds(*curve, key) + double(fOffset);
+    return curve->isAnimTimeCurve() ? TtimeValue(TanimTime(seconds, kSeconds))
+                                    : TtimeValue(static_cast<float>(seconds));
+}
+
+TretimeDistanceData::TretimeDistanceData(TparamCurve const* curve, unsigned index, float distance)
+    : fHandle(curve != nullptr ? std::make_unique<TkeyframeHandle>(mutableCurve(curve), index, false) : nullptr),
+      fDistance(distance)
+{
+}
+
+TretimeDistanceData::~TretimeDistanceData() = default;
+
+// --- Ripple ------------------------------------------------------------------------------------------
+
+TrippleData* TparamCurve::getRippleData(unsigned index, float offset) const
+{
+    Tkeyframe const* key = keyframe(index);
+    if (key == nullptr || key->breakdown() || !std::isfinite(offset)) {
+        return nullptr;
+    }
+    return new TrippleData(this, index, offset);
+}
+
+bool TparamCurve::buildRippleCache(TpickKeyList const& picks, float offset, TrippleDataPtrArray& out) const
+{
+    forEachPickedKey(*this, picks, [&](Tkeyframe&, unsigned index, TpickKey const& pick) {
+        if (!pick.flags().isSet(TpickKey::kPickKey)) {
+            return;
+        }
+        if (TrippleData* record = getRippleData(index, offset)) {
+            out.addLast(record);
+        }
+    });
+    return !out.empty();
+}
+
+void TparamCurve::applyRippleCache(TrippleDataPtrArray& cache)
+{
+    bool const later = !cache.empty() && cache[0]->offset() > 0.0f;
+    unsigned const count = cache.count();
+    for (unsigned n = 0; n < count; ++n) {
+        TrippleData const* record = cache[later ? count - 1 - n : n];
+        unsigned const index = indexOfHandle(*this, record->handle());
+        if (index == kArrayFailure) {
+            continue;
+        }
+        TtimeValue const desired = record->getDesiredTime(this);
+        if (desired == timeValue(index)) {
+            continue;
+        }
+        moveKeyframe(index, desired, value(index), TparamCurveEnums::kMoveReplace, true);
+    }
+}
+
+void TparamCurve::flushRippleCache(TrippleDataPtrArray& cache)
+{
+    flushRecords(cache);
+}
+
+// --- Retime distances --------------------------------------------------------------------------------
+
+bool TparamCurve::buildRetimeDistanceCache(TretimeDistanceDataPtrArray& out) const
+{
+    unsigned const count = keyframeCountAll();
+    for (unsigned i = 0; i < count; ++i) {
+        Tkeyframe const* key = keyframe(i);
+        if (key == nullptr) {
+            return false;
+        }
+        double const distance = i == 0 ? 0.0 : retimeSeconds(*this, key) - retimeSeconds(*this, keyframe(i - 1));
+        out.addLast(new TretimeDistanceData(this, i, static_cast<float>(distance)));
+    }
+    return !out.empty();
+}
+
+void TparamCurve::applyRetimeDistanceCache(TretimeDistanceDataPtrArray& cache)
+{
+    TchangeScope change(*this, kChangeTangentType);
+    if (!change.open()) {
+        return;
+    }
+    unsigned previous = kArrayFailure;
+    for (TretimeDistanceData const* record : cache) {
+        unsigned const index = indexOfHandle(*this, record->handle());
+        if (index == kArrayFailure) {
+            return;
+        }
+        if (previous != kArrayFailure && record->distance() != 0.0f) {
+            double const now = retimeSeconds(*this, keyframe(index)) - retimeSeconds(*this, keyframe(previous));
+            if (std::fabs(now - double(record->distance())) > kLengthTolerance) {
+                scaleInterval(*this, previous, index, static_cast<float>(now / double(record->distance())));
+                change.modified();
+            }
+        }
+        previous = index;
+    }
+}
+
+void TparamCurve::flushRetimeDistanceCache(TretimeDistanceDataPtrArray& cache)
+{
+    flushRecords(cache);
+}
+
+// --- Retime ------------------------------------------------------------------------------------------
+
+bool TparamCurve::retimeRegions(TpickKeyList const& regionA, TpickKeyList const& regionB, TpickKeyList const& ripple,
+                                float scaleA, float scaleB, float rippleOffset, TtimeValue const& pivotA,
+                                TtimeValue const& pivotB)
+{
+    TrippleDataPtrArray ripples;
+    TretimeDistanceDataPtrArray distances;
+    buildRippleCache(ripple, rippleOffset, ripples);
+    bool const measured = buildRetimeDistanceCache(distances);
+    // The regions keep their tangents: the distances rescale every interval
+    // that changed, once, by its own ratio.
+    auto scaleRegion = [&](TpickKeyList const& region, float scale, TtimeValue const& pivot) {
+        return region.first() == nullptr || scalePickedKeys(*this, region, scale, pivot, 1.0f, 0.0, true, false);
+    };
+    if (!scaleRegion(regionA, scaleA, pivotA) || !scaleRegion(regionB, scaleB, pivotB)) {
+        flushRippleCache(ripples);
+        flushRetimeDistanceCache(distances);
+        return false;
+    }
+    applyRippleCache(ripples);
+    flushRippleCache(ripples);
+    if (measured) {
+        applyRetimeDistanceCache(distances);
+    }
+    flushRetimeDistanceCache(distances);
+    return true;
+}
