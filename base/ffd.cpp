@@ -29,8 +29,8 @@ bool finitePoint(T4dDblPoint const& p)
 bool T2dFfd::setLatticeParams(unsigned columns, unsigned rows, float envelope, T4dDblPointArray const* points)
 {
     fPoints.clear();
-    if (columns < 2 || rows < 2 || points == nullptr || points->count() != columns * rows ||
-        !(envelope >= 0.0f) || !std::isfinite(envelope)) {
+    if (columns < 2 || rows < 2 || points == nullptr || points->count() != columns * rows || !(envelope >= 0.0f) ||
+        !std::isfinite(envelope)) {
         return false;
     }
     if (!std::all_of(points->begin(), points->end(), finitePoint)) {

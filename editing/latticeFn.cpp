@@ -145,9 +145,9 @@ void TlatticeFn::releaseLattices()
 
 bool TlatticeFn::loadDeformer()
 {
-    setLatticeDirty();
-    return fDeformer.setLatticeParams(fCurrent->sDivisions(), fCurrent->tDivisions(), fCurrent->envelope(),
-                                      &fCurrent->latticePoints());
+    fCache.deleteEntries();
+    return fCurrent != nullptr && fDeformer.setLatticeParams(fCurrent->sDivisions(), fCurrent->tDivisions(),
+                                                             fCurrent->envelope(), &fCurrent->latticePoints());
 }
 
 void TlatticeFn::setLatticeParams(TsharedLatticeObject* lattice)
@@ -190,7 +190,7 @@ bool TlatticeFn::addOrigValue(Tkeyframe* key, float time, double value, double v
 
 void TlatticeFn::setLatticeDirty()
 {
-    fCache.deleteEntries();
+    loadDeformer();
 }
 
 bool TlatticeFn::deform(TkeyframeHandle const* key, TtimeValue& time, double& value) const

@@ -52,6 +52,67 @@ void scaleInterval(TparamCurve& curve, unsigned before, unsigned after, float ra
     curve.generateDeltasForTangents(after, secondWas);
 }
 
+// Where the keys of a retime would end: times of the picked keys scaled
+// about the pivot.
+void scaleTimes(TparamCurve const& curve, TpickKeyList const& region, float scale, TtimeValue const& pivot,
+                std::vector<double>& times, std::vector<bool>& moved)
+{
+    double const about = pivot.seconds();
+    forEachPickedKey(curve, region, [&](Tkeyframe&, unsigned index, TpickKey const&) {
+        times[index] = about + (times[index] - about) * double(scale);
+        moved[index] = true;
+    });
+}
+
+// A scale a region can take: finite and not zero (1 changes nothing).
+bool usableRegionScale(TpickKeyList const& region, float scale)
+{
+    return region.first() == nullptr || (std::isfinite(scale) && scale != 0.0f);
+}
+
+// A time in seconds as a key of this curve would hold it.
+TtimeValue probeTime(TparamCurve const& curve, double seconds)
+{
+    return curve.isAnimTimeCurve() ? TtimeValue(TanimTime(seconds, kSeconds)) : TtimeValue(static_cast<float>(seconds));
+}
+
+// Whether the keys keep their order, apart, once the regions are scaled and
+// the ripple keys moved: a rippled key may land on a key next to it that
+// stays where it is (it replaces it), nothing else may meet or pass.
+bool retimeKeepsKeyOrder(TparamCurve const& curve, TpickKeyList const& regionA, float scaleA, TtimeValue const& pivotA,
+                         TpickKeyList const& regionB, float scaleB, TtimeValue const& pivotB,
+                         TrippleDataPtrArray const& ripples)
+{
+    unsigned const count = curve.keyframeCountAll();
+    std::vector<double> times(count);
+    for (unsigned i = 0; i < count; ++i) {
+        times[i] = curve.timeValue(i).seconds();
+    }
+    std::vector<bool> scaled(count, false);
+    std::vector<bool> rippled(count, false);
+    scaleTimes(curve, regionA, scaleA, pivotA, times, scaled);
+    scaleTimes(curve, regionB, scaleB, pivotB, times, scaled);
+    for (TrippleData const* record : ripples) {
+        unsigned const index = indexOfHandle(curve, record->handle());
+        if (index != kArrayFailure) {
+            times[index] += double(record->offset());
+            rippled[index] = true;
+        }
+    }
+    auto replaces = [&](unsigned a, unsigned b) {
+        return (rippled[a] && !rippled[b] && !scaled[b]) || (rippled[b] && !rippled[a] && !scaled[a]);
+    };
+    // Keys keep their order: each must stay clear of the one before it.
+    for (unsigned i = 1; i < count; ++i) {
+        Tkeyframe const before(probeTime(curve, times[i - 1]));
+        Tkeyframe const after(probeTime(curve, times[i]));
+        if (!(before < after) && !(replaces(i - 1, i) && !(after < before))) {
+            return false;
+        }
+    }
+    return true;
+}
+
 }  // namespace
 
 // --- The records -------------------------------------------------------------------------------------
@@ -184,17 +245,33 @@ bool TparamCurve::retimeRegions(TpickKeyList const& regionA, TpickKeyList const&
     TretimeDistanceDataPtrArray distances;
     buildRippleCache(ripple, rippleOffset, ripples);
     bool const measured = buildRetimeDistanceCache(distances);
+    auto fail = [&] {
+        flushRippleCache(ripples);
+        flushRetimeDistanceCache(distances);
+        return false;
+    };
+    // Checked whole before anything moves: a region that grows into the
+    // keys after it needs the ripple to have made room first.
+    if (!usableRegionScale(regionA, scaleA) || !usableRegionScale(regionB, scaleB) ||
+        !TchangeScope(*this, kChangeReplace | kChangeValue).open() ||
+        !retimeKeepsKeyOrder(*this, regionA, scaleA, pivotA, regionB, scaleB, pivotB, ripples)) {
+        return fail();
+    }
     // The regions keep their tangents: the distances rescale every interval
     // that changed, once, by its own ratio.
     auto scaleRegion = [&](TpickKeyList const& region, float scale, TtimeValue const& pivot) {
         return region.first() == nullptr || scalePickedKeys(*this, region, scale, pivot, 1.0f, 0.0, true, false);
     };
-    if (!scaleRegion(regionA, scaleA, pivotA) || !scaleRegion(regionB, scaleB, pivotB)) {
-        flushRippleCache(ripples);
-        flushRetimeDistanceCache(distances);
-        return false;
+    bool const rippleFirst = rippleOffset > 0.0f;
+    if (rippleFirst) {
+        applyRippleCache(ripples);
     }
-    applyRippleCache(ripples);
+    if (!scaleRegion(regionA, scaleA, pivotA) || !scaleRegion(regionB, scaleB, pivotB)) {
+        return fail();
+    }
+    if (!rippleFirst) {
+        applyRippleCache(ripples);
+    }
     flushRippleCache(ripples);
     if (measured) {
         applyRetimeDistanceCache(distances);

@@ -368,10 +368,8 @@ void Tkeyframe::reverseTangentVectors()
 {
     float const inX = fTanInX;
     float const inY = fTanInY;
-    fTanInX = fTanOutX;
-    fTanInY = -fTanOutY;
-    fTanOutX = inX;
-    fTanOutY = -inY;
+    setTanIn(fTanOutX, -fTanOutY);
+    setTanOut(inX, -inY);
 }
 
 void Tkeyframe::updateGlobalTangentTypes(TtangentType in, TtangentType out)

@@ -170,6 +170,67 @@ public:
                             settings);
     }
 
+    // A move each key of a run takes from a change function: a falloff about
+    // the run's first key, or a lattice over the run with one point moved.
+    void changeFunctionMove(TparamCurve& curve)
+    {
+        TkeyframeHandlePtrArray handles = anyRun(curve);
+        TtimeValueArray oldTimes;
+        curve.beginMoveKeys(handles);
+        if (fRandom() % 2 == 0) {
+            TfalloffFn falloff;
+            falloff.setTimeChange(anyTime(curve, -1.0f, 1.0f));
+            falloff.setValueChange(double(fRandom() % 5) - 2.0);
+            falloff.setFalloffType(TfalloffFn::TfalloffFnType(fRandom() % 3));
+            for (unsigned i = 0; i < handles.count(); ++i) {
+                falloff.addKeyframeDist(handles[i]->keyframe(), double(i));
+            }
+            curve.moveKeys(handles, oldTimes, falloff, anyOption(), fRandom() % 2 == 0);
+        } else {
+            auto* lattice = new TsharedLatticeObject();
+            lattice->ref();
+            lattice->setSDivisions(2 + fRandom() % 3);
+            lattice->setBoundingRect(TdblRect{0.0, -4.0, 10.0, 4.0});
+            TlatticeFn deform;
+            deform.setLatticeParams(lattice);
+            for (TkeyframeHandle* handle : handles) {
+                deform.addOrigValue(handle->keyframe(), float(handle->timeValue().seconds()), handle->value(), 1.0);
+            }
+            lattice->setLatticePair(1, 1, double(fRandom() % 5) * 0.25, double(fRandom() % 5) * 0.25);
+            deform.setLatticeDirty();
+            curve.moveKeys(handles, oldTimes, deform, anyOption(), false);
+            lattice->unref();
+        }
+        curve.endMoveKeys();
+        for (TkeyframeHandle* handle : handles) {
+            delete handle;
+        }
+    }
+
+    // A retime: a run of keys scaled about its first key, the keys after it
+    // rippled.
+    void retime(TparamCurve& curve)
+    {
+        unsigned const n = curve.keyframeCount();
+        if (n == 0) {
+            return;
+        }
+        unsigned const first = unsigned(fRandom() % n);
+        unsigned const last = std::min(n - 1, first + unsigned(fRandom() % 3));
+        TpickKeyList region;
+        TpickKeyList ripple;
+        TpickKeyList const none;
+        for (unsigned i = first; i < n; ++i) {
+            TpickKey pick;
+            pick.create(&curve, i, TbitField32(kPickKeyMask), false, true);
+            (i <= last ? region : ripple).insert(curve.timeValue(i), pick);
+        }
+        static float const scales[] = {2.0f, 0.5f, 1.5f};
+        static float const offsets[] = {1.0f, -0.25f, 0.0f};
+        curve.retimeRegions(region, none, ripple, scales[fRandom() % 3], 1.0f, offsets[fRandom() % 3],
+                            curve.timeValue(first), TtimeValue());
+    }
+
     // Moves and scales: batches, single keys, values, replacements, swaps.
     void moveOrScale(TparamCurve& curve, unsigned at)
     {
@@ -200,9 +261,11 @@ public:
     {
         unsigned const n = curve.keyframeCount();
         unsigned const at = n > 0 ? unsigned(fRandom() % n) : 0;
-        switch (fRandom() % 22) {
+        switch (fRandom() % 24) {
         case 20:
         case 21: clipboardEdit(curve); break;
+        case 22: changeFunctionMove(curve); break;
+        case 23: retime(curve); break;
         case 14:
         case 15:
         case 16:

@@ -532,10 +532,12 @@ public:
     void flushRetimeDistanceCache(TretimeDistanceDataPtrArray& cache);
     // Scales the times of regionA's picked keys by scaleA about pivotA and
     // of regionB's by scaleB about pivotB (values untouched, breakdowns
-    // following), ripples the `ripple` keys by rippleOffset, then lets the
-    // fixed tangents follow their intervals. False when a region's scale is
-    // refused (locks, a refused bracket, keys that would meet): nothing is
-    // rippled then, but a region already scaled stays scaled.
+    // following), ripples the `ripple` keys by rippleOffset (before the
+    // scales when it moves them later, so that a growing region finds room;
+    // after them otherwise), then lets the fixed tangents follow their
+    // intervals. False, with nothing changed, when keys would meet or pass
+    // each other (a rippled key may replace the unmoved key it lands on),
+    // for a NaN or zero scale, or when the curve refuses the change.
     bool retimeRegions(TpickKeyList const& regionA, TpickKeyList const& regionB, TpickKeyList const& ripple,
                        float scaleA, float scaleB, float rippleOffset, TtimeValue const& pivotA,
                        TtimeValue const& pivotB);

@@ -193,9 +193,12 @@ struct TlatticeFnValues {
 using TlatticeFnValuesHash = TdataHashTable<Tkeyframe*, TlatticeFnValues>;
 
 // The change a lattice deformation makes to each key: the key's undeformed
-// point, deformed, less where the key is now. Undo and redo exchange the
-// lattice with the one before it (so a deformation step can be taken back
-// and forth); the function owns one count on each lattice it holds.
+// point, deformed, less where the key is now. A lattice tool hands the
+// function its lattice (setLatticeParams, which also notes it as the lattice
+// before the step), changes the lattice, calls setLatticeDirty and moves
+// the keys; undo and redo exchange the lattice with the one before it, so
+// the step can be taken back and forth. The function owns one count on each
+// lattice it holds.
 class KEEL_API TlatticeFn : public TtimeValueChangeFn {
 public:
     TlatticeFn() = default;
@@ -212,7 +215,9 @@ public:
     // Notes key `key` at (time seconds, value) undeformed, with the value
     // scale; false for a null key or NaN input.
     bool addOrigValue(Tkeyframe* key, float time, double value, double valueScale);
-    // Forgets every deformed value (after the lattice changed).
+    // Reloads the deformer from the current lattice, which its owner has
+    // changed, and forgets every deformed value. The lattice before stays:
+    // undo() goes back to it.
     void setLatticeDirty();
     // The key's deformed (time, value); false without a key, a lattice or an
     // undeformed value for it. When the deformer fails, (0, 0) and true.
