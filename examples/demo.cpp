@@ -3,7 +3,7 @@
 // heard, curves of every span kind evaluated across their keys and into
 // every infinity type (drawn to an SVG file when the keelcurve tool is
 // built), and the editing layer: picks, tangents, moves, scales, rotation
-// triples, copy, cut and paste.
+// triples, copy, cut and paste, change functions and retime.
 
 #include "smoothstepInterpolator.h"
 
@@ -530,6 +530,88 @@ void showClipboard()
     });
 }
 
+// A soft-selection drag over ten keys (linear and quadratic falloff), a
+// lattice deforming a block of keys and the lattice step undone, and a
+// retime that doubles one region and ripples the rest.
+void showChangeFunctionsAndRetime()
+{
+    std::printf("\nchange functions and retime\n");
+    auto tenKeys = [] {
+        auto curve = std::make_unique<TparamCurve>(true);
+        for (int i = 0; i < 10; ++i) {
+            curve->add(Tkeyframe(float(i), 0.0, kTangentAuto, kTangentAuto));
+        }
+        return curve;
+    };
+    for (auto type : {TfalloffFn::kLinearFalloff, TfalloffFn::kQuadraticFalloff}) {
+        auto curve = tenKeys();
+        TpickKeyDictionary picks;
+        TfalloffFn falloff;
+        falloff.setValueChange(1.0);
+        falloff.setFalloffType(type);
+        for (unsigned i = 0; i < 10; ++i) {
+            TpickKey pick;
+            pick.create(curve.get(), i, TbitField32(kPickKeyMask), false, true);
+            picks.insert(curve->timeValue(i), pick);
+            falloff.addKeyframeDist(curve->keyframe(i), std::fabs(double(i) - 3.0));  // grabbed at 3 s
+        }
+        curve->beginMoveKeys(picks);
+        curve->moveKeys(picks, falloff, TparamCurveEnums::kMoveBetweenNeighbours, false);
+        curve->endMoveKeys();
+        printKeyTimes(type == TfalloffFn::kLinearFalloff ? "drag at 3 s by 1, linear falloff:"
+                                                         : "quadratic falloff:",
+                      *curve);
+    }
+
+    auto curve = tenKeys();
+    auto* lattice = new TsharedLatticeObject();
+    lattice->ref();
+    lattice->setSDivisions(3);
+    lattice->setTDivisions(3);
+    lattice->setBoundingRect(TdblRect{2.0, -1.0, 6.0, 1.0});
+    TlatticeFn deform;
+    deform.setLatticeParams(lattice);
+    TkeyframeHandlePtrArray handles;
+    for (unsigned i = 2; i <= 6; ++i) {
+        handles.addLast(new TkeyframeHandle(curve.get(), i, false));
+        deform.addOrigValue(curve->keyframe(i), curve->seconds(i), curve->value(i), 1.0);
+    }
+    lattice->setLatticePair(1, 1, 0.5, 1.0);  // the middle point, raised to the top edge
+    deform.setLatticeDirty();
+    std::printf(" a 3 x 3 lattice over [2 s, 6 s] x [-1, 1], its middle point raised to the top\n");
+    TtimeValueArray oldTimes;
+    editUndoRedo("lattice", *curve, [&] {
+        curve->beginMoveKeys(handles);
+        bool const moved = curve->moveKeys(handles, oldTimes, deform, TparamCurveEnums::kMoveBetweenNeighbours, false);
+        curve->endMoveKeys();
+        return moved;
+    });
+    deform.undo();
+    std::printf("  the lattice step undone: the middle point back at %.2f\n", lattice->latticePoints()[4].fY);
+    for (TkeyframeHandle* handle : handles) {
+        delete handle;
+    }
+    lattice->unref();
+
+    auto retimed = std::make_unique<TparamCurve>(false);
+    for (int i = 0; i <= 5; ++i) {
+        retimed->add(Tkeyframe(TanimTime::fromTicks(6000 * i), double(i % 3), kTangentFixed, kTangentFixed));
+    }
+    TpickKeyList region;
+    TpickKeyList ripple;
+    TpickKeyList const none;
+    for (unsigned i = 1; i <= 5; ++i) {
+        TpickKey pick;
+        pick.create(retimed.get(), i, TbitField32(kPickKeyMask), false, true);
+        (i <= 2 ? region : ripple).insert(retimed->timeValue(i), pick);
+    }
+    std::printf(" retime: [1 s, 2 s] doubled about 1 s, the keys after it rippled by 1 s\n");
+    editUndoRedo("retimed", *retimed, [&] {
+        return retimed->retimeRegions(region, none, ripple, 2.0f, 1.0f, 1.0f, TtimeValue(TanimTime::fromTicks(6000)),
+                                      TtimeValue());
+    });
+}
+
 // One rotation keyed as Euler angles, evaluated angle by angle and as a
 // quaternion in each mode. The span from 1 s to 2 s turns 200 degrees about
 // Z: angle by angle it goes the long way, on the sphere the short way.
@@ -659,6 +741,7 @@ int main(int argc, char** argv)
     showMovingAndScaling();
     showRotation();
     showClipboard();
+    showChangeFunctionsAndRetime();
 #ifdef KEEL_DEMO_PLOT
     writeSpanKindPlot(argc > 1 ? argv[1] : "keel_demo_curves.svg");
 #else
