@@ -558,8 +558,7 @@ void showChangeFunctionsAndRetime()
         curve->beginMoveKeys(picks);
         curve->moveKeys(picks, falloff, TparamCurveEnums::kMoveBetweenNeighbours, false);
         curve->endMoveKeys();
-        printKeyTimes(type == TfalloffFn::kLinearFalloff ? "drag at 3 s by 1, linear falloff:"
-                                                         : "quadratic falloff:",
+        printKeyTimes(type == TfalloffFn::kLinearFalloff ? "drag at 3 s by 1, linear falloff:" : "quadratic falloff:",
                       *curve);
     }
 
