@@ -31,6 +31,14 @@ unsigned finishCopy(bool copied, bool quaternion, TparamCurve& x, TparamCurve** 
 // Each edit of a cut or paste then runs in a change of its own, so that
 // each is recorded with the tangents it re-derives.
 bool allAcceptChange(TparamCurve* const* curves, unsigned count);
+// The curves a copy reads and the new clipboard curves it fills
+// (TparamCurve::copyInit), and whether they are a quaternion triple.
+struct TcopyChannels {
+    TcopyChannels(TparamCurve& curve, TparamCurve** result);
+    TparamCurve* fSources[3] = {};
+    unsigned fCount = 0;
+    bool fQuaternion = false;
+};
 // Deletes the curves in the three slots and nulls them.
 void clearSlots(TparamCurve** slots);
 // A copy of `source`'s keys and settings that stands alone: no host hooks,

@@ -75,6 +75,12 @@ bool allAcceptChange(TparamCurve* const* curves, unsigned count)
     return true;
 }
 
+TcopyChannels::TcopyChannels(TparamCurve& curve, TparamCurve** result)
+{
+    curve.copyInit(&fCount, fSources, result);
+    fQuaternion = isQuaternionTriple(fSources, fCount);
+}
+
 void clearSlots(TparamCurve** slots)
 {
     for (unsigned i = 0; i < TparamCurve::kMaxClipboardCurves; ++i) {
@@ -287,15 +293,13 @@ unsigned TparamCurve::copyKeysInRange(TtimeValue start, TtimeValue end, TcopyOpt
     if (withEnds && (start < timeValue(0u) || timeValue(keys - 1) < end)) {
         return copyKeysInInfinityZone(start, end, option, result);
     }
-    TparamCurve* sources[3] = {};
-    unsigned count = 0;
-    copyInit(&count, sources, result);
-    bool const quaternion = isQuaternionTriple(sources, count);
+    TcopyChannels const channels(*this, result);
     bool copied = false;
-    for (unsigned c = 0; c < count; ++c) {
-        copied = copyKeysBetween(*sources[c], *result[c], start, end, withEnds, quaternion) || copied;
+    for (unsigned c = 0; c < channels.fCount; ++c) {
+        copied =
+            copyKeysBetween(*channels.fSources[c], *result[c], start, end, withEnds, channels.fQuaternion) || copied;
     }
-    return finishCopy(copied, quaternion, *sources[0], result, count);
+    return finishCopy(copied, channels.fQuaternion, *channels.fSources[0], result, channels.fCount);
 }
 
 unsigned TparamCurve::copyKeysInPickArray(TpickKeyDictionary const& picks, TcopyOption /*option*/, TparamCurve** result)
@@ -303,25 +307,21 @@ unsigned TparamCurve::copyKeysInPickArray(TpickKeyDictionary const& picks, Tcopy
     if (result == nullptr || keyframeCountAll() == 0 || picks.first() == nullptr) {
         return 0;
     }
-    TparamCurve* sources[3] = {};
-    unsigned count = 0;
-    copyInit(&count, sources, result);
+    TcopyChannels const channels(*this, result);
     bool copied = false;
     forEachPickedKey(*this, picks, [&](Tkeyframe const&, unsigned index, TpickKey const& pick) {
         if (!picksWholeKey(pick)) {
             return;
         }
         TtimeValue const time = timeValue(index);
-        for (unsigned c = 0; c < count; ++c) {
+        for (unsigned c = 0; c < channels.fCount; ++c) {
+            TparamCurve const& source = *channels.fSources[c];
             unsigned at = 0;
-            if (sources[c]->find(time, at)) {
-                copied = result[c]->add(keyWithHostTime(*sources[c], at), false, true, false) || copied;
+            if (source.find(time, at)) {
+                copied = result[c]->add(keyWithHostTime(source, at), false, true, false) || copied;
             }
         }
     });
-    if (!copied) {
-        clearSlots(result);
-        return 0;
-    }
-    return count;
+    // The keys copied are the keys themselves: nothing to take from the triple.
+    return finishCopy(copied, false, *channels.fSources[0], result, channels.fCount);
 }

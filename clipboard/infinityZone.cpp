@@ -263,10 +263,10 @@ unsigned TparamCurve::copyKeysInInfinityZone(TtimeValue const& start, TtimeValue
     if (result == nullptr || keyframeCountAll() == 0 || !usableRange(*this, start, end)) {
         return 0;
     }
-    TparamCurve* sources[3] = {};
-    unsigned count = 0;
-    copyInit(&count, sources, result);
-    bool const quaternion = isQuaternionTriple(sources, count);
+    TcopyChannels const channels(*this, result);
+    TparamCurve* const* sources = channels.fSources;
+    bool const quaternion = channels.fQuaternion;
+    unsigned const count = channels.fCount;
     bool copied = false;
     for (unsigned c = 0; c < count; ++c) {
         TparamCurve const& governing = quaternion ? *sources[0] : *sources[c];

@@ -73,24 +73,24 @@ void TsharedLatticeObject::reset()
     }
 }
 
-bool TsharedLatticeObject::setSDivisions(unsigned divisions)
+bool TsharedLatticeObject::setDivisions(unsigned& side, unsigned divisions)
 {
     if (divisions < 2) {
         return false;
     }
-    fSDivisions = divisions;
+    side = divisions;
     reset();
     return true;
 }
 
+bool TsharedLatticeObject::setSDivisions(unsigned divisions)
+{
+    return setDivisions(fSDivisions, divisions);
+}
+
 bool TsharedLatticeObject::setTDivisions(unsigned divisions)
 {
-    if (divisions < 2) {
-        return false;
-    }
-    fTDivisions = divisions;
-    reset();
-    return true;
+    return setDivisions(fTDivisions, divisions);
 }
 
 bool TsharedLatticeObject::setEnvelope(float envelope)

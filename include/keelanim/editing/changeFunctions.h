@@ -174,6 +174,8 @@ protected:
     ~TsharedLatticeObject() override;
 
 private:
+    bool setDivisions(unsigned& side, unsigned divisions);
+
     T4dDblPointArray fPoints;
     unsigned fSDivisions = 2;
     unsigned fTDivisions = 2;
