@@ -327,6 +327,72 @@ void moveCases()
     result("scale a region of 10,000 keys") = {best, 0.0, kPerKeyTarget, false, "ns/key"};
 }
 
+// The clipboard and the retime on a 10,000-key curve, ns per key handled:
+// a copy of 1,000 keys with range ends, a cut of 1,000 keys closing and
+// joining the gap (on a fresh copy of the curve each run, the copy not
+// timed), the 1,000-key clipboard merged back twice, and a retime doubling
+// the first half and rippling the rest. Each is the best of kRepetitions
+// runs; figures, no targets.
+void clipboardCases()
+{
+    constexpr unsigned kKeys = 10000;
+    constexpr unsigned kBlock = 1000;
+    auto const curve = keelref::benchCurve(kKeys, keelref::Tkind::kHermite, 13);
+    TtimeValue const start(static_cast<float>(curve->timeValue(4000u).seconds() + kFrame / 2.0));
+    TtimeValue const end(static_cast<float>(curve->timeValue(4000u + kBlock).seconds() - kFrame / 2.0));
+    auto bestOf = [](auto&& timed) {
+        double best = 0.0;
+        for (int run = 0; run < kRepetitions; ++run) {
+            double const ns = timed();
+            best = run == 0 ? ns : std::min(best, ns);
+        }
+        return best;
+    };
+    TclipboardCurves clipboard;
+    result("copy 1,000 keys with range ends") = {
+        bestOf([&] {
+            return nanosecondsPer(kBlock,
+                                  [&] { clipboard.copyRange(*curve, start, end, TparamCurve::kCopyWithRangeEnds); });
+        }),
+        0.0, 0.0, false, "ns/key"};
+    result("cut 1,000 keys, option 5 (join)") = {
+        bestOf([&] {
+            TparamCurve target(*curve);
+            return nanosecondsPer(kBlock,
+                                  [&] { target.cutKeysInRange(start, end, TparamCurve::kCutRangeAndJoin, nullptr); });
+        }),
+        0.0, 0.0, false, "ns/key"};
+    TpasteSettings twice;
+    twice.fRepetitions = 2;
+    TtimeValue const after(static_cast<float>(curve->timeValue(kKeys - 1).seconds() + 1.0));
+    result("paste 1,000 keys, merge twice") = {
+        bestOf([&] {
+            TparamCurve target(*curve);
+            return nanosecondsPer(2 * kBlock,
+                                  [&] { clipboard.pasteOnto(target, after, after, TparamCurve::kPasteMerge, twice); });
+        }),
+        0.0, 0.0, false, "ns/key"};
+    result("retime 10,000 keys (half doubled, rest rippled)") = {
+        bestOf([&] {
+            TparamCurve target(*curve);
+            TpickKeyList region;
+            TpickKeyList ripple;
+            TpickKeyList const none;
+            for (unsigned i = 0; i < kKeys; ++i) {
+                TpickKey pick;
+                pick.create(&target, i, TbitField32(kPickKeyMask), false, true);
+                (i < kKeys / 2 ? region : ripple).insert(target.timeValue(i), pick);
+            }
+            float const gained =
+                static_cast<float>(target.timeValue(kKeys / 2 - 1).seconds() - target.timeValue(0u).seconds());
+            return nanosecondsPer(kKeys, [&] {
+                target.retimeRegions(region, none, ripple, 2.0f, 1.0f, gained + kFrame, target.timeValue(0u),
+                                     TtimeValue());
+            });
+        }),
+        0.0, 0.0, false, "ns/key"};
+}
+
 // A rotation triple of 64 keys evaluated channel by channel in the two
 // quaternion modes that interpolate every span, against three Euler curves
 // of the same keys evaluated separately: ns per time (three channels), best
@@ -494,6 +560,7 @@ int main(int argc, char** argv)
     editingCases();
     moveCases();
     rotationCases();
+    clipboardCases();
     Tresult& threads = result("two threads on disjoint curves (speed-up)");
     threads = {threadSpeedUp(), 0.0, 1.8, false, "x"};
 
