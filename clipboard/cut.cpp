@@ -52,7 +52,7 @@ class TchannelCut {
 public:
     TchannelCut(TparamCurve& channel, TtimeValue const& start, TtimeValue const& end, TparamCurve::TcutOption option,
                 bool quaternion)
-        : fChannel(channel), fStart(start), fEnd(end), fOption(option), fQuaternion(quaternion),
+        : fChannel(channel), fStart(start), fEnd(end), fOption(option),
           fDrop(quaternion ? 0.0 : channel.evaluate(end) - channel.evaluate(start))
     {
     }
@@ -66,6 +66,8 @@ public:
     bool closedGap() const { return fClosed; }
 
 private:
+    bool cutKeysInside();
+    bool cutBetweenEnds();
     bool removeKeys(unsigned first, unsigned last);
     bool shiftFrom(unsigned first, TtimeValue const& shift, double drop);
     bool joinAtStart(unsigned startIndex);
@@ -74,8 +76,7 @@ private:
     TtimeValue fStart;
     TtimeValue fEnd;
     TparamCurve::TcutOption fOption;
-    bool fQuaternion;
-    double fDrop;
+    double fDrop;  // the rise over the range that a join takes off the moved keys
     unsigned fFirstMoved = kArrayFailure;
     bool fClosed = false;
 };
@@ -146,36 +147,41 @@ bool TchannelCut::joinAtStart(unsigned startIndex)
     return true;
 }
 
-bool TchannelCut::run()
+// Options 0, 1, 2 and 6, and 3 to 5 at an instant: the keys inside go, and
+// the keys after close the gap as the option asks.
+bool TchannelCut::cutKeysInside()
 {
-    bool const instant = fStart == fEnd;
-    bool const rangeEnds = keysRangeEnds(fOption) && !instant;
     unsigned first = 0;
     unsigned last = 0;
     bool const any = keysInRange(fChannel, fStart, fEnd, first, last);
-    TtimeValue const length = fEnd - fStart;
-    if (!rangeEnds) {
-        unsigned const after = any ? last + 1 : first;
-        TtimeValue const footprint = after < fChannel.keyframeCountAll() && any
-                                         ? fChannel.timeValue(after) - fChannel.timeValue(first)
-                                         : TtimeValue();
-        bool changed = any && removeKeys(first, last);
-        unsigned const next = any ? first : after;
-        TparamCurve::TcutOption const kind =
-            instant && keysRangeEnds(fOption) ? TparamCurve::TcutOption(fOption - TparamCurve::kCutRange) : fOption;
-        if (kind == TparamCurve::kCutAndClose || kind == TparamCurve::kCutAndJoin) {
-            changed = shiftFrom(next, length, kind == TparamCurve::kCutAndJoin ? fDrop : 0.0) || changed;
-        } else if (kind == TparamCurve::kCutKeysAndCloseOnKeys && any) {
-            changed = shiftFrom(next, footprint, 0.0) || changed;
-        }
-        return changed;
+    unsigned const after = any ? last + 1 : first;
+    // Where the first key after the cut keys stands from the first of them.
+    TtimeValue const footprint = any && after < fChannel.keyframeCountAll()
+                                     ? fChannel.timeValue(after) - fChannel.timeValue(first)
+                                     : TtimeValue();
+    bool changed = any && removeKeys(first, last);
+    unsigned const next = any ? first : after;
+    TparamCurve::TcutOption const kind =
+        keysRangeEnds(fOption) ? TparamCurve::TcutOption(fOption - TparamCurve::kCutRange) : fOption;
+    if (kind == TparamCurve::kCutAndClose || kind == TparamCurve::kCutAndJoin) {
+        changed = shiftFrom(next, fEnd - fStart, kind == TparamCurve::kCutAndJoin ? fDrop : 0.0) || changed;
+    } else if (kind == TparamCurve::kCutKeysAndCloseOnKeys && any) {
+        changed = shiftFrom(next, footprint, 0.0) || changed;
     }
+    return changed;
+}
+
+// Options 3 to 5 over a range: the keys between the keyed ends go, and the
+// end key and those after it close the gap as the option asks.
+bool TchannelCut::cutBetweenEnds()
+{
     unsigned startIndex = 0;
     unsigned endIndex = 0;
     if (!fChannel.find(fStart, startIndex) || !fChannel.find(fEnd, endIndex)) {
         return false;
     }
     bool changed = endIndex > startIndex + 1 && removeKeys(startIndex + 1, endIndex - 1);
+    TtimeValue const length = fEnd - fStart;
     if (fOption == TparamCurve::kCutRangeAndClose) {
         changed = shiftFrom(startIndex + 1, length - oneTick(fChannel), 0.0) || changed;
     } else if (fOption == TparamCurve::kCutRangeAndJoin) {
@@ -183,6 +189,11 @@ bool TchannelCut::run()
         changed = shiftFrom(startIndex + 1, length, fDrop) || changed;
     }
     return changed;
+}
+
+bool TchannelCut::run()
+{
+    return keysRangeEnds(fOption) && fStart != fEnd ? cutBetweenEnds() : cutKeysInside();
 }
 
 // On a quaternion triple the keys that closed the gap turn by the rotation
