@@ -77,6 +77,8 @@ TEST(Falloff, WeightsFollowTheDistance)
         falloff.addKeyframeDist(b.keyframe(), 1.0);
         falloff.addKeyframeDist(c.keyframe(), 2.0);
         falloff.addKeyframeDist(b.keyframe(), 0.1);  // the first distance stays
+        falloff.addKeyframeDist(d.keyframe(), std::nan(""));  // ignored
+        falloff.addKeyframeDist(nullptr, 9.0);                // ignored
         EXPECT_EQ(falloff.maxDistance(), 2.0);
         std::string const what = "type " + std::to_string(k.fType) + " key " + std::to_string(k.fKey != nullptr);
         EXPECT_NEAR(falloff.valueChange(k.fKey), 4.0 * k.fWeight, kExact) << what;
@@ -91,6 +93,8 @@ TEST(Falloff, WeightsFollowTheDistance)
     flat.setFalloffRng(TtimeValue(TanimTime::fromTicks(12000)), TtimeValue(0.5f));
     EXPECT_EQ(flat.rangeStart(), 0.5f);
     EXPECT_EQ(flat.rangeEnd(), 2.0f);
+    TpickKeyDictionary const nothing;
+    EXPECT_FALSE(curve->moveKeys(nothing, flat, TparamCurveEnums::kMoveBetweenNeighbours, false));
 }
 
 // A soft-selection drag: each key moves by the change times its weight.
