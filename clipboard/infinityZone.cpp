@@ -270,8 +270,13 @@ unsigned TparamCurve::copyKeysInInfinityZone(TtimeValue const& start, TtimeValue
     bool copied = false;
     for (unsigned c = 0; c < count; ++c) {
         TparamCurve const& governing = quaternion ? *sources[0] : *sources[c];
+        // A channel of a triple may have no keys (or, in a quaternion mode,
+        // keys out of step with X): it has nothing to lay out.
+        if (governing.keyframeCountAll() == 0 || sources[c]->keyframeCountAll() != governing.keyframeCountAll()) {
+            continue;
+        }
         TinfinityLayout const layout(governing, start, end);
-        if (!layout.valid() || sources[c]->keyframeCountAll() != governing.keyframeCountAll()) {
+        if (!layout.valid()) {
             continue;
         }
         std::unique_ptr<TparamCurve> unrolled(emptyLike(*sources[c]));

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <numbers>
 
 namespace {
@@ -28,6 +29,32 @@ bool isStepped(TtangentType type)
 }
 
 }  // namespace
+
+// Keys near the ends of the double range overflow a span's arithmetic even
+// where the curve itself stays in range. The span is evaluated again on a
+// copy whose values are scaled down by a power of two (exactly), and the
+// answer scaled back and held to the range. Tangent slopes, at most the
+// float range, are negligible beside such values and stay as they are.
+double TparamCurve::evaluateNearTheLimit(TtimeValue const& time)
+{
+    constexpr double kDown = 0x1p-64;
+    constexpr double kUp = 0x1p64;
+    if (std::isnan(time.seconds()) || arrayCount() == 0) {
+        return arrayCount() == 0 ? 0.0 : value(0);
+    }
+    TparamCurve scaled(*this);
+    scaled.setHostHooks(ThostHooks{}, false);
+    for (unsigned i = 0; i < scaled.arrayCount(); ++i) {
+        Tkeyframe* key = scaled.keyframe(i);
+        key->setTimeAndValue(key->timeValue(), key->value() * kDown, key->quatComponent());
+    }
+    scaled.invalidateCache();
+    double const value = scaled.evaluator().evaluate(scaled, scaled.evaluator().evalTime(scaled, time)) * kUp;
+    if (std::isnan(value)) {
+        return this->value(0);
+    }
+    return std::clamp(value, -std::numeric_limits<double>::max(), std::numeric_limits<double>::max());
+}
 
 double TparamCurve::evaluateInfinities(TtimeValue const& time, bool pre)
 {

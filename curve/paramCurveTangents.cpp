@@ -172,6 +172,25 @@ bool TparamCurve::setTangentTypeHelper(unsigned index, TtangentType type, int pa
 
 bool TparamCurve::setTangentType(unsigned index, TtangentType in, TtangentType out)
 {
+    return retypeTangents(index, [&] {
+        setTangentTypeHelper(index, in, kPickInTangentBit);
+        setTangentTypeHelper(index, out, kPickOutTangentBit);
+    });
+}
+
+bool TparamCurve::setTangentType(unsigned index, TtangentType type, int part)
+{
+    if (part < kPickKeyBit || part > kPickOutTangentBit) {
+        return false;
+    }
+    return retypeTangents(index, [&] { setTangentTypeHelper(index, type, part); });
+}
+
+// The types change, the tangents follow them, and in a modification the key's
+// sides are recorded from what they were (the neighbours' re-derived
+// tangents go with the change's journal).
+template <class Retype> bool TparamCurve::retypeTangents(unsigned index, Retype&& retype)
+{
     Tkeyframe* key = keyframe(index);
     if (key == nullptr) {
         return false;
@@ -180,26 +199,10 @@ bool TparamCurve::setTangentType(unsigned index, TtangentType in, TtangentType o
     if (!change.open()) {
         return false;
     }
-    setTangentTypeHelper(index, in, kPickInTangentBit);
-    setTangentTypeHelper(index, out, kPickOutTangentBit);
+    Tkeyframe const before(*key);
+    retype();
     keysChangedAround(index, false);
-    notifyClientsOfChange(key, TparamCurveModifiedMsg::kTangentChanged);
-    change.modified();
-    return true;
-}
-
-bool TparamCurve::setTangentType(unsigned index, TtangentType type, int part)
-{
-    Tkeyframe* key = keyframe(index);
-    if (key == nullptr || part < kPickKeyBit || part > kPickOutTangentBit) {
-        return false;
-    }
-    TchangeScope change(*this, kChangeTangentType);
-    if (!change.open()) {
-        return false;
-    }
-    setTangentTypeHelper(index, type, part);
-    keysChangedAround(index, false);
+    generateDeltasForTangents(index, before);
     notifyClientsOfChange(key, TparamCurveModifiedMsg::kTangentChanged);
     change.modified();
     return true;

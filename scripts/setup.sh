@@ -22,6 +22,12 @@ if [ "${KEEL_BUILD_TOOLS:-ON}" != "OFF" ]; then
   [ -d /usr/share/assimp/models/glTF2 ] || missing+=(assimp-testmodels)
 fi
 
+# The fuzzer (scripts/fuzz.sh) is built with clang 16 and its runtime.
+if [ "${KEEL_FUZZ:-OFF}" = "ON" ]; then
+  command -v clang++-16 >/dev/null 2>&1 || missing+=(clang-16)
+  compgen -G "/usr/lib/llvm-16/lib/clang/16/lib/linux/libclang_rt.fuzzer-*.a" >/dev/null || missing+=(libclang-rt-16-dev)
+fi
+
 if [ ${#missing[@]} -gt 0 ]; then
   echo "==> installing ${missing[*]}"
   sudo_cmd=""

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Builds the engine and runs every test twice: a normal build (including the
-# install/consumer test) and an AddressSanitizer + UndefinedBehaviorSanitizer
-# build; then the threaded-evaluation test under ThreadSanitizer. Exits
-# non-zero on the first failure.
+# install/consumer test and the replay of the fuzz corpus) and an
+# AddressSanitizer + UndefinedBehaviorSanitizer build; then the
+# threaded-evaluation test under ThreadSanitizer, and a minute of fuzzing
+# when clang 16 is installed. Exits non-zero on the first failure.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/setup.sh"
@@ -28,4 +29,10 @@ cmake -S "$root" -B "$root/build-tsan" -DKEEL_WERROR=ON -DCMAKE_BUILD_TYPE=Debug
   -DKEEL_BUILD_EXAMPLES=OFF -DKEEL_INSTALL_TEST=OFF >/dev/null
 cmake --build "$root/build-tsan" --target thread_tests -j "$jobs"
 TSAN_OPTIONS=halt_on_error=1 "$root/build-tsan/tests/thread_tests"
+# A minute of fuzzing where clang 16 is installed (scripts/fuzz.sh installs
+# it); the saved corpus is replayed by the normal pass everywhere.
+if command -v clang++-16 >/dev/null 2>&1 &&
+  compgen -G "/usr/lib/llvm-16/lib/clang/16/lib/linux/libclang_rt.fuzzer-*.a" >/dev/null; then
+  "$root/scripts/fuzz.sh" 60
+fi
 echo "==> all tests passed"

@@ -571,12 +571,16 @@ void TcurveEvaluator::spanControls(TspanKeys const& span, double c[8])
 double TparamCurve::evaluate(TtimeValue const& time)
 {
     TcurveEvaluator& curveEvaluator = evaluator();
-    return curveEvaluator.evaluate(*this, curveEvaluator.evalTime(*this, time));
+    double const value = curveEvaluator.evaluate(*this, curveEvaluator.evalTime(*this, time));
+    // Only a finite time is owed a finite value (a linear infinity at an
+    // infinite time is infinite).
+    return std::isfinite(value) || !std::isfinite(time.seconds()) ? value : evaluateNearTheLimit(time);
 }
 
 double TparamCurve::evaluate(float seconds)
 {
-    return evaluator().evaluate(*this, TcurveEvaluator::TevalTime{seconds, 0, false});
+    double const value = evaluator().evaluate(*this, TcurveEvaluator::TevalTime{seconds, 0, false});
+    return std::isfinite(value) || !std::isfinite(seconds) ? value : evaluateNearTheLimit(TtimeValue(seconds));
 }
 
 bool TparamCurve::evaluate(unsigned index, double* value, double* outSlope)

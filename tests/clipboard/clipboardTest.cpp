@@ -492,6 +492,23 @@ TEST(Clipboard, QuaternionCutsJoinRotations)
                        "the key after the gap, turned");
 }
 
+// Found by fuzzing: a copy beyond the keys of a triple read the keys of a
+// channel that had none.
+TEST(Clipboard, InfinityCopyOfATripleWithAnEmptyChannel)
+{
+    TparamCurve x(true);
+    TparamCurve y(true);
+    TparamCurve z(true);
+    TrotationTriple const link(x, y, z);
+    z.add(Tkeyframe(1.0f, 0.5, kTangentSpline, kTangentSpline));
+    z.add(Tkeyframe(2.0f, 1.5, kTangentSpline, kTangentSpline));
+    TclipboardCurves clipboard;
+    EXPECT_EQ(clipboard.copyRange(z, TtimeValue(-1.0f), TtimeValue(4.0f), TparamCurve::kCopyWithRangeEnds), 3u);
+    EXPECT_EQ(clipboard.curve(0)->keyframeCount(), 0u);
+    EXPECT_GE(clipboard.curve(2)->keyframeCount(), 2u);
+    EXPECT_GT(clipboard.cutRange(z, TtimeValue(-1.0f), TtimeValue(4.0f), TparamCurve::kCutRange), 0u);
+}
+
 std::string tripleState(TparamCurve* const (&curves)[3])
 {
     std::string state;

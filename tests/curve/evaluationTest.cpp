@@ -91,6 +91,24 @@ TEST(CurveEvaluation, ValueAndSlopeAtAKey)
     EXPECT_FALSE(curve->evaluate(5u, &value, &slope));
 }
 
+// Found by fuzzing: a span from -DBL_MAX to a small value overflowed the
+// cubic's arithmetic and evaluated to NaN between its keys.
+TEST(CurveEvaluation, SpansNearTheDoubleLimitStayFinite)
+{
+    double const big = std::numeric_limits<double>::max();
+    for (bool weighted : {false, true}) {
+        for (double far : {-big, big}) {
+            auto curve = buildCurve(true, weighted, {{-2.1875, -35.0, 1, 1, 1, 1}, {0.0, far, 1, 1, 1, 1}});
+            for (float t : {-2.0f, -1.1875f, -0.001f}) {
+                double const value = curve->evaluate(t);
+                EXPECT_TRUE(std::isfinite(value)) << "weighted " << weighted << " at " << t;
+                EXPECT_EQ(std::signbit(value), std::signbit(far)) << "the far key dominates at " << t;
+            }
+            EXPECT_EQ(curve->evaluate(0.0f), far);
+        }
+    }
+}
+
 TEST(CurveInfinity, SingleKeyHoldsEverywhere)
 {
     for (int type : {0, 1, 3, 4, 5}) {

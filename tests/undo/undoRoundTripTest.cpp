@@ -304,8 +304,11 @@ public:
         case 10: curve.dragTangent(at, anyComponent(), anyComponent(), fRandom() % 2 == 0); break;
         case 11: curve.editTangent(at, anyComponent(), anyComponent(), fRandom() % 2 == 0, 1.5f, 0.5f); break;
         case 12:
-            fRandom() % 2 == 0 ? curve.setTangentsLocked(at, fRandom() % 2 == 0)
-                               : curve.setWeightsLocked(at, fRandom() % 2 == 0);
+            switch (fRandom() % 3) {
+            case 0: curve.setTangentsLocked(at, fRandom() % 2 == 0); break;
+            case 1: curve.setWeightsLocked(at, fRandom() % 2 == 0); break;
+            default: curve.setTangentType(at, anyType(), anyType()); break;
+            }
             break;
         default: curve.setIsWeighted(!curve.isWeighted()); break;
         }
@@ -434,6 +437,28 @@ TEST(UndoRoundTrip, RefusedReplayChangesNothingAndSaysNothing)
 }
 
 // Edits that record nothing make no step: setValue is not undoable.
+// Found by fuzzing: a change of tangent types recorded nothing, so undo
+// kept the new types and a redo of the key's insertion brought back tangents
+// the types no longer made.
+TEST(UndoRegressions, TangentTypeChangesUndoAndRedo)
+{
+    for (TtangentType type : {kTangentSlow, kTangentClamped, kTangentStep, kTangentLinear, kTangentPlateau}) {
+        auto curve = keeltest::floatCurve({{0.0f, 1.0f}, {1.0f, 3.0f}, {2.5f, 2.0f}});
+        TparamCurveDeltaUser user;
+        std::string const before = curveState(*curve);
+        user.beginParamCurveMod(*curve);
+        curve->insert(TtimeValue(1.5f), false, false);
+        curve->setTangentType(2, type, kTangentClamped);
+        curve->setTangentType(0, type, kPickOutTangentBit);
+        user.endParamCurveMod(*curve);
+        std::string const after = curveState(*curve);
+        user.undoPC();
+        EXPECT_EQ(curveState(*curve), before) << "type " << type;
+        user.redoPC();
+        EXPECT_EQ(curveState(*curve), after) << "type " << type;
+    }
+}
+
 TEST(UndoSteps, AModificationOfUnrecordedEditsMakesNoStep)
 {
     auto curve = keeltest::floatCurve({{0.0f, 0.0}, {1.0f, 1.0}, {2.0f, 0.0}});

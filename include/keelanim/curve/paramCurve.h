@@ -250,7 +250,8 @@ public:
     // for a bad index or part.
     bool setTangentTypeHelper(unsigned index, TtangentType type, int part);
     // Sets key i's types inside a change bracket and recomputes the tangents
-    // around it; false when the bracket is refused or the index is bad.
+    // around it (undoable in a modification); false when the bracket is
+    // refused or the index is bad.
     bool setTangentType(unsigned index, TtangentType in, TtangentType out);
     bool setTangentType(unsigned index, TtangentType type, int part);
     // The host's value normalisation scale (1 without one).
@@ -960,6 +961,9 @@ private:
     void closeTangentJournal();
     bool setKeyFlag(unsigned index, unsigned mask, Tkeyframe::TflagBit bit, bool on, int kind);
     bool readsNeighbourTangents(unsigned index) const;
+    template <class Retype> bool retypeTangents(unsigned index, Retype&& retype);
+    // evaluate() where a span's arithmetic overflowed (see the source).
+    double evaluateNearTheLimit(TtimeValue const& time);
     // Recomputes keys from..to except `keep`, and the plateau keys the
     // change reaches beyond them.
     void recomputeWindow(unsigned from, unsigned to, unsigned keep);
