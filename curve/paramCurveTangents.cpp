@@ -188,7 +188,8 @@ bool TparamCurve::setTangentType(unsigned index, TtangentType type, int part)
 
 // The types change, the tangents follow them, and in a modification the key's
 // sides are recorded from what they were (the neighbours' re-derived
-// tangents go with the change's journal).
+// tangents go with the change's journal, which needs a record to travel
+// with). Setting the types a key has re-derives its tangents.
 template <class Retype> bool TparamCurve::retypeTangents(unsigned index, Retype&& retype)
 {
     Tkeyframe* key = keyframe(index);
@@ -202,7 +203,14 @@ template <class Retype> bool TparamCurve::retypeTangents(unsigned index, Retype&
     Tkeyframe const before(*key);
     retype();
     keysChangedAround(index, false);
+    TcurveEditRecorder* recorder = TcurveEditKit::recorder(*this);
+    unsigned const records = recorder != nullptr ? recorder->recordCount(pendingDelta()) : 0;
     generateDeltasForTangents(index, before);
+    if (recorder != nullptr && !isReplaying() && recorder->recordCount(pendingDelta()) == records) {
+        // The key's own sides came out as they were; a record still goes,
+        // to carry the neighbours' re-derived tangents.
+        record(recorder->tangentDragged(*this, index, true, before, *key));
+    }
     notifyClientsOfChange(key, TparamCurveModifiedMsg::kTangentChanged);
     change.modified();
     return true;

@@ -530,6 +530,9 @@ void runFuzzInput(std::uint8_t const* data, std::size_t size)
         for (unsigned c = 0; c < world.count(); ++c) {
             checkCurve(world.curve(c), kOpNames[op]);
         }
+        if (gTrace) {
+            std::fprintf(stderr, "%s", world.state().c_str());
+        }
         readHandles(world);
     }
     world.closeStep();
@@ -547,6 +550,13 @@ void runFuzzInput(std::uint8_t const* data, std::size_t size)
         step->redoPC();
     }
     if (world.state() != last) {
+        for (auto const& step : world.steps()) {
+            std::string records;
+            for (unsigned i = 0; i < step->step().length(); ++i) {
+                records += std::string(" ") + step->step().delta(i)->typeof()->name();
+            }
+            std::fprintf(stderr, "step:%s\n", records.c_str());
+        }
         broke("redo of every step", "the last curves did not come back\n" + world.state() + "\nexpected\n" + last);
     }
 }

@@ -8,15 +8,19 @@ TrecordReplay::TrecordReplay(TparamCurveDelta& record, bool undoing)
     }
 }
 
+// A record whose own replay had nothing to do (a side whose computed type did
+// not change) still carries the tangents its edit re-derived: a redo puts
+// them back all the same.
 bool TrecordReplay::finish(bool done)
 {
-    if (done && !fUndoing) {
+    bool const carriesTangents = fRecord.rederivedTangents() != nullptr;
+    if ((done || carriesTangents) && !fUndoing) {
         restoreTangents(false);
     }
-    if (done) {
+    if (done || carriesTangents) {
         fScope.modified();
     }
-    return done;
+    return done || carriesTangents;
 }
 
 // Undo puts the "before" tangents back last key first; redo the "after" ones

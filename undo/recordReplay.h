@@ -23,7 +23,8 @@ public:
     // False when the curve refused the change: the record must do nothing.
     bool open() const { return fScope.open(); }
     // Ends the replay; `done` says whether the record's own replay worked.
-    // Answers `done`.
+    // Answers whether the curve changed: `done`, or the record carries
+    // re-derived tangents.
     bool finish(bool done);
 
 private:

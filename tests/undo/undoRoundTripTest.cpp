@@ -459,6 +459,27 @@ TEST(UndoRegressions, TangentTypeChangesUndoAndRedo)
     }
 }
 
+// Found by fuzzing: setting a key's own types again re-derived a neighbour's
+// stale tangent without a record to carry it, so redo lost it.
+TEST(UndoRegressions, SettingTheSameTangentTypesUndoesAndRedoes)
+{
+    auto curve = keeltest::floatCurve({{0.0f, 1.0f}, {1.0f, 3.0f}});
+    curve->setTangentType(1, kTangentSpline, kTangentSpline);
+    curve->setTangentType(0, kTangentClamped, kTangentSpline);
+    curve->keyframe(0)->setTanIn(0.0f, 0.0f);  // stale: its rule makes another vector
+    std::string const before = curveState(*curve);
+    TparamCurveDeltaUser user;
+    user.beginParamCurveMod(*curve);
+    EXPECT_TRUE(curve->setTangentType(1, kTangentSpline, kTangentSpline));
+    user.endParamCurveMod(*curve);
+    std::string const after = curveState(*curve);
+    EXPECT_NE(after, before) << "the neighbour's tangent is derived again";
+    user.undoPC();
+    EXPECT_EQ(curveState(*curve), before);
+    user.redoPC();
+    EXPECT_EQ(curveState(*curve), after);
+}
+
 TEST(UndoSteps, AModificationOfUnrecordedEditsMakesNoStep)
 {
     auto curve = keeltest::floatCurve({{0.0f, 0.0}, {1.0f, 1.0}, {2.0f, 0.0}});
