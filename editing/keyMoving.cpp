@@ -9,6 +9,7 @@
 #include "keelanim/curve/curveMessages.h"
 
 #include <cmath>
+#include <limits>
 #include <unordered_set>
 
 namespace {
@@ -243,8 +244,11 @@ bool TparamCurve::moveKeyframeInValue(unsigned index, double value, double secon
 bool TparamCurve::moveKeyframeHelper(Tkeyframe* key, unsigned index, TtimeValue const& time, double value,
                                      double second, TmoveOption option, bool record)
 {
+    // The auxiliary component is kept in single precision: beyond that range
+    // it would turn infinite.
+    bool const secondFits = std::fabs(second) <= double(std::numeric_limits<float>::max());
     if (key == nullptr || keyframe(index) != key || !acceptsTimeForm(time) || !finiteTime(time) ||
-        !std::isfinite(value) || !std::isfinite(second)) {
+        !std::isfinite(value) || !secondFits) {
         return false;
     }
     unsigned const fromIndex = index;

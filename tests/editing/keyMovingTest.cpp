@@ -290,6 +290,13 @@ TEST(MoveRefusals, LeaveTheCurveUntouched)
         {"bad index", [](TparamCurve& c, TparamCurve&) { return c.moveKeyframe(7, TtimeValue(1.5f), 0.0, {}, true); }},
         {"no change", [](TparamCurve& c, TparamCurve&) { return c.moveKeyframe(1, TtimeValue(1.0f), 1.0, {}, true); }},
         {"null key", [](TparamCurve& c, TparamCurve&) { return c.moveKeyframeHelper(nullptr, 1, {}, 0, 0, {}, true); }},
+        // Found by fuzzing: a second component past the float range stored
+        // an infinity in the key.
+        {"second beyond the float range",
+         [](TparamCurve& c, TparamCurve&) {
+             c.setCurveKind(3);
+             return c.moveKeyframeInValue(1, 4.0, 1e300);
+         }},
         {"value move on a value-locked curve",
          [](TparamCurve& c, TparamCurve&) {
              c.setLockedParams(TparamCurve::kChangeValue);

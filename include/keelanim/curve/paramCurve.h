@@ -416,7 +416,9 @@ public:
     bool moveKeyframe(unsigned index, TtimeValue time, double value, TparamCurveEnums::TmoveOption option, bool record);
     // The single-key move the others end in: `second` is the key's
     // auxiliary component (rotation keys; ignored on other curves). False
-    // for a bad index, a time of the other form, NaN or infinite input, a
+    // for a bad index, a time of the other form, NaN or infinite input (a
+    // `second` beyond the float range included, as the key keeps it in
+    // single precision), a
     // key already at the target (unless options 2 and 3 replace it), or when
     // nothing would change.
     bool moveKeyframeHelper(Tkeyframe* key, unsigned index, TtimeValue const& time, double value, double second,
