@@ -7,6 +7,7 @@
 #include "clipboard/clipboardKit.h"
 #include "clipboard/pasteKit.h"
 #include "curve/detail/editKit.h"
+#include "keelanim/base/numeric.h"
 
 #include <algorithm>
 #include <climits>
@@ -128,7 +129,7 @@ TtimeValue TinfinityLayout::shifted(TtimeValue const& time, double periods) cons
         double const ticks = double(time.animTime().ticks()) + periods * fPeriod.animTime().ticks();
         return TanimTime::fromTicks(static_cast<std::int32_t>(std::clamp(ticks, double(INT_MIN), double(INT_MAX))));
     }
-    return TtimeValue(static_cast<float>(time.seconds() + periods * fPeriod.seconds()));
+    return TtimeValue(narrowToFloat(time.seconds() + periods * fPeriod.seconds()));
 }
 
 void TinfinityLayout::layZone(bool pre, TtimeValue const& time)
@@ -214,8 +215,8 @@ void TinfinityLayout::placeOnZone(TparamCurve const& curve, TlaidKey const& laid
     bool const pre = laid.fTime < fFirst;
     double const slope = zoneSlope(curve, index, pre);
     key.setValue(curve.value(index) + slope * (laid.fTime - curve.timeValue(index)).seconds());
-    key.setTanIn(1.0f, static_cast<float>(slope));
-    key.setTanOut(1.0f, static_cast<float>(slope));
+    key.setTanIn(1.0f, narrowToFloat(slope));
+    key.setTanOut(1.0f, narrowToFloat(slope));
     key.setTanInType(kTangentFixed);
     key.setTanOutType(kTangentFixed);
     key.setBreakdown(false);

@@ -6,6 +6,7 @@
 #include "clipboard/clipboardKit.h"
 #include "clipboard/pasteKit.h"
 #include "curve/detail/editKit.h"
+#include "keelanim/base/numeric.h"
 #include "keelanim/keys/pickParts.h"
 
 #include <algorithm>
@@ -27,7 +28,7 @@ TtimeValue timesAlong(TtimeValue const& offset, TtimeValue const& length, unsign
         double const ticks = double(offset.animTime().ticks()) + double(count) * length.animTime().ticks();
         return TanimTime::fromTicks(static_cast<std::int32_t>(std::clamp(ticks, -2147483648.0, 2147483647.0)));
     }
-    return TtimeValue(static_cast<float>(offset.seconds() + double(count) * length.seconds()));
+    return TtimeValue(narrowToFloat(offset.seconds() + double(count) * length.seconds()));
 }
 
 }  // namespace keel_clipboard
@@ -120,7 +121,7 @@ TtimeValue TparamCurve::oneTickShorter(TtimeValue const& time) const
     if (time.isTicks()) {
         return time - TtimeValue(TanimTime::fromTicks(1));
     }
-    return TtimeValue(static_cast<float>(time.seconds() - double(kOneTickSeconds)));
+    return TtimeValue(narrowToFloat(time.seconds() - double(kOneTickSeconds)));
 }
 
 unsigned TparamCurve::paste(TtimeValue const& start, TtimeValue const& end, unsigned count,
@@ -192,9 +193,9 @@ bool TparamCurve::pasteOneKey(Tkeyframe const& key, TtimeValue const& offset, Tp
         float x = 0.0f;
         float y = 0.0f;
         key.getTanIn(x, y);
-        placed.setTanIn(x, static_cast<float>(y * scale));
+        placed.setTanIn(x, narrowToFloat(y * scale));
         key.getTanOut(x, y);
-        placed.setTanOut(x, static_cast<float>(y * scale));
+        placed.setTanOut(x, narrowToFloat(y * scale));
     }
     unsigned index = 0;
     if (joinIn && findStoredTime(placed.timeValue(), index)) {

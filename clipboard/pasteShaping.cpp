@@ -4,6 +4,7 @@
 #include "clipboard/clipboardKit.h"
 #include "clipboard/pasteKit.h"
 #include "curve/detail/editKit.h"
+#include "keelanim/base/numeric.h"
 
 #include <cmath>
 #include <memory>
@@ -65,7 +66,7 @@ bool convertToQuaternion(TparamCurve** curves, TparamCurveEnums::TrotationInterp
         Tquaternion const& q = rotations[i];
         curves[0]->setValue(i, q.x(), 1.0f);
         curves[1]->setValue(i, q.y(), 1.0f);
-        curves[2]->setValue(i, q.z(), static_cast<float>(q.w()));
+        curves[2]->setValue(i, q.z(), narrowToFloat(q.w()));
     }
     return true;
 }
@@ -212,7 +213,7 @@ unsigned TparamCurve::pasteFit(TtimeValue const& start, TtimeValue const& end, u
         }
     }
     double const extent = (last - first).seconds();
-    float const factor = extent > 0.0 ? static_cast<float>((end - start).seconds() / extent) : 1.0f;
+    float const factor = extent > 0.0 ? narrowToFloat((end - start).seconds() / extent) : 1.0f;
     if (!(factor > 0.0f) && extent > 0.0) {
         return 0;  // a fit onto an instant would put every key on one time
     }

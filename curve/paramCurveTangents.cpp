@@ -1,5 +1,6 @@
 // TparamCurve: keeping every key's tangents as its tangent types ask.
 
+#include "keelanim/base/numeric.h"
 #include "keelanim/curve/paramCurve.h"
 
 #include "curve/detail/editKit.h"
@@ -234,8 +235,8 @@ void convertTangent(float& x, float& y, bool toWeighted, double length)
         return;
     }
     double const slope = double(y) / double(x);
-    x = static_cast<float>(length);
-    y = static_cast<float>(slope * length);
+    x = narrowToFloat(length);
+    y = narrowToFloat(slope * length);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include "editing/keyMoveSession.h"
 #include "editing/pickedKeys.h"
+#include "keelanim/base/numeric.h"
 #include "keelanim/curve/paramCurve.h"
 #include "keelanim/editing/changeFunctions.h"
 #include "keelanim/editing/keyframeHandle.h"
@@ -23,7 +24,7 @@ TtimeValue inCurveForm(TparamCurve const& curve, TtimeValue const& change)
     if (curve.isAnimTimeCurve()) {
         return change.isTicks() ? change : TtimeValue(change.asAnimTime());
     }
-    return change.isTicks() ? TtimeValue(static_cast<float>(change.seconds())) : change;
+    return change.isTicks() ? TtimeValue(narrowToFloat(change.seconds())) : change;
 }
 
 // Targets for the handles: each key's time and value now plus its change.

@@ -1,4 +1,5 @@
 #include "keelanim/editing/changeFunctions.h"
+#include "keelanim/base/numeric.h"
 
 #include "keelanim/curve/paramCurve.h"
 #include "keelanim/editing/keyframeHandle.h"
@@ -11,7 +12,7 @@ namespace {
 // Seconds of a time of either form (ticks / 6000).
 float secondsOf(TtimeValue const& time)
 {
-    return static_cast<float>(time.seconds());
+    return narrowToFloat(time.seconds());
 }
 
 // The falloff's smallest largest distance: below it every key is weighed 1.
@@ -52,7 +53,7 @@ void TtimeValueChangeFn::convertTimeToRequiredFmt(TtimeValue& time) const
     if (fRequiredFormat == kTicksFormat && !time.isTicks()) {
         time = TtimeValue(TanimTime(time.seconds(), kSeconds));
     } else if (fRequiredFormat == kSecondsFormat && time.isTicks()) {
-        time = TtimeValue(static_cast<float>(time.animTime().ticks() / double(kTicksPerSecond)));
+        time = TtimeValue(narrowToFloat(time.animTime().ticks() / double(kTicksPerSecond)));
     }
 }
 
@@ -133,7 +134,7 @@ TtimeValue TfalloffFn::timeChange(TkeyframeHandle const* key, TtimeValue const* 
     if (key == nullptr) {
         return change;
     }
-    change = change * static_cast<float>(falloff(key));
+    change = change * narrowToFloat(falloff(key));
     convertTimeToRequiredFmt(change);
     return change;
 }

@@ -1,6 +1,7 @@
 // TparamCurve: moving keys in time and value, one key at a time or as a
 // batch between beginMoveKeys and endMoveKeys.
 
+#include "keelanim/base/numeric.h"
 #include "keelanim/curve/paramCurve.h"
 
 #include "curve/detail/editKit.h"
@@ -381,7 +382,7 @@ bool TparamCurve::swapKeys(unsigned a, unsigned b)
     keysChangedAround(low, false);
     keysChangedAround(high, false);
     if (TcurveEditRecorder* recorder = TcurveEditKit::recorder(*this)) {
-        TtimeValue const middle(static_cast<float>((firstTime.seconds() + secondTime.seconds()) / 2.0));
+        TtimeValue const middle(narrowToFloat((firstTime.seconds() + secondTime.seconds()) / 2.0));
         std::vector<TkeyRewrite> changes = before.changes();
         if (!changes.empty()) {
             record(recorder->regionScaled(*this, firstTime, secondTime, secondTime, firstTime, middle,
@@ -441,7 +442,7 @@ bool TparamCurve::canMove(TkeyframeHandlePtrArray& handles, TtimeValue const& ti
     } else {
         timeFlag = std::fabs(time.floatSeconds()) > kNoRelativeMove;
     }
-    bool const valueFlag = relative ? std::fabs(static_cast<float>(value)) > kNoRelativeMove
+    bool const valueFlag = relative ? std::fabs(narrowToFloat(value)) > kNoRelativeMove
                                     : std::fabs(value - firstHandle->value()) > kSameValue;
     if ((timeFlag && anyParamsLocked(kChangeTime)) || (valueFlag && anyParamsLocked(kChangeValue))) {
         return false;

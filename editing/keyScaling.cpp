@@ -7,6 +7,7 @@
 // every rewritten key as it was and is, so that undo and redo are exact
 // whatever rounding the mapping did.
 
+#include "keelanim/base/numeric.h"
 #include "keelanim/curve/paramCurve.h"
 
 #include "curve/detail/editKit.h"
@@ -42,7 +43,7 @@ bool usableScale(float scale)
 // the nearest tick on an animTime curve.
 TtimeValue curveTime(TparamCurve const& curve, double seconds)
 {
-    return curve.isAnimTimeCurve() ? TtimeValue(TanimTime(seconds, kSeconds)) : TtimeValue(static_cast<float>(seconds));
+    return curve.isAnimTimeCurve() ? TtimeValue(TanimTime(seconds, kSeconds)) : TtimeValue(narrowToFloat(seconds));
 }
 
 double keySeconds(TparamCurve const& curve, unsigned index)
@@ -143,7 +144,7 @@ struct TregionMap {
     {
         return fPureShift ? t - fOldStart + fNewStart : (t - fOldStart) / fOldLength * fNewLength + fNewStart;
     }
-    float tangentFactor() const { return fPureShift ? 1.0f : static_cast<float>(fNewLength / fOldLength); }
+    float tangentFactor() const { return fPureShift ? 1.0f : narrowToFloat(fNewLength / fOldLength); }
 };
 
 // The keys a region covers: from the first at or after its start to the

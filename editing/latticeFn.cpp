@@ -1,3 +1,4 @@
+#include "keelanim/base/numeric.h"
 #include "keelanim/curve/paramCurve.h"
 #include "keelanim/editing/changeFunctions.h"
 #include "keelanim/editing/keyframeHandle.h"
@@ -211,7 +212,7 @@ bool TlatticeFn::deform(TkeyframeHandle const* key, TtimeValue& time, double& va
     fCurrent->convertToLatticeSpace(x, y);
     bool const deformed = fDeformer.deform(x, y);
     fCurrent->convertToWorldSpace(x, y);
-    cached = TlatticeFnValues{deformed ? static_cast<float>(x) : 0.0f, deformed ? y * original.fValueScale : 0.0,
+    cached = TlatticeFnValues{deformed ? narrowToFloat(x) : 0.0f, deformed ? y * original.fValueScale : 0.0,
                               original.fValueScale, true};
     fCache.insert(keyObject, cached);
     time = TtimeValue(cached.fTime);
@@ -226,7 +227,7 @@ TtimeValue TlatticeFn::timeChange(TkeyframeHandle const* key, TtimeValue const* 
     TtimeValue change = TtimeValueChangeFn::timeChange(key, time);
     if (deform(key, deformedTime, deformedValue)) {
         double const from = time != nullptr ? time->seconds() : key->timeValue().seconds();
-        change = TtimeValue(static_cast<float>(deformedTime.seconds() - from));
+        change = TtimeValue(narrowToFloat(deformedTime.seconds() - from));
     }
     convertTimeToRequiredFmt(change);
     return change;

@@ -6,6 +6,7 @@
 #include "editing/keyMoveSession.h"
 #include "editing/keyScaling.h"
 #include "editing/pickedKeys.h"
+#include "keelanim/base/numeric.h"
 #include "keelanim/editing/keyframeHandle.h"
 #include "keelanim/editing/retimeData.h"
 
@@ -73,7 +74,7 @@ bool usableRegionScale(TpickKeyList const& region, float scale)
 // A time in seconds as a key of this curve would hold it.
 TtimeValue probeTime(TparamCurve const& curve, double seconds)
 {
-    return curve.isAnimTimeCurve() ? TtimeValue(TanimTime(seconds, kSeconds)) : TtimeValue(static_cast<float>(seconds));
+    return curve.isAnimTimeCurve() ? TtimeValue(TanimTime(seconds, kSeconds)) : TtimeValue(narrowToFloat(seconds));
 }
 
 // Whether the keys keep their order, apart, once the regions are scaled and
@@ -132,8 +133,7 @@ TtimeValue TrippleData::getDesiredTime(TparamCurve const* curve) const
         return TtimeValue();
     }
     double const seconds = retimeSeconds(*curve, key) + double(fOffset);
-    return curve->isAnimTimeCurve() ? TtimeValue(TanimTime(seconds, kSeconds))
-                                    : TtimeValue(static_cast<float>(seconds));
+    return curve->isAnimTimeCurve() ? TtimeValue(TanimTime(seconds, kSeconds)) : TtimeValue(narrowToFloat(seconds));
 }
 
 TretimeDistanceData::TretimeDistanceData(TparamCurve const* curve, unsigned index, float distance)
@@ -202,7 +202,7 @@ bool TparamCurve::buildRetimeDistanceCache(TretimeDistanceDataPtrArray& out) con
             return false;
         }
         double const distance = i == 0 ? 0.0 : retimeSeconds(*this, key) - retimeSeconds(*this, keyframe(i - 1));
-        out.addLast(new TretimeDistanceData(this, i, static_cast<float>(distance)));
+        out.addLast(new TretimeDistanceData(this, i, narrowToFloat(distance)));
     }
     return !out.empty();
 }
@@ -222,7 +222,7 @@ void TparamCurve::applyRetimeDistanceCache(TretimeDistanceDataPtrArray& cache)
         if (previous != kArrayFailure && record->distance() != 0.0f) {
             double const now = retimeSeconds(*this, keyframe(index)) - retimeSeconds(*this, keyframe(previous));
             if (std::fabs(now - double(record->distance())) > kLengthTolerance) {
-                scaleInterval(*this, previous, index, static_cast<float>(now / double(record->distance())));
+                scaleInterval(*this, previous, index, narrowToFloat(now / double(record->distance())));
                 change.modified();
             }
         }

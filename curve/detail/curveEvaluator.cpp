@@ -103,8 +103,8 @@ double TcurveEvaluator::evaluateRules(TparamCurve& curve, TevalTime time)
 // hearing of it. (Edits of the channel itself reset the span anyway.)
 double TcurveEvaluator::evaluateAsRotation(TparamCurve& curve, TevalTime time)
 {
-    TtimeValue const at = time.fExactTicks ? TtimeValue(TanimTime::fromTicks(time.fTicks))
-                                           : TtimeValue(static_cast<float>(time.fSeconds));
+    TtimeValue const at =
+        time.fExactTicks ? TtimeValue(TanimTime::fromTicks(time.fTicks)) : TtimeValue(narrowToFloat(time.fSeconds));
     double angle = 0.0;
     if (TrotationHook::fsEulerComponent(curve, at, angle)) {
         return angle;

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -197,6 +198,27 @@ TEST(ScaleTimeAndValue, UnitScalesChangeNothingAndCanScaleRefusesNothing)
 }
 
 // Every refused scale answers false and leaves the curve bit-identical.
+// Found by fuzzing: a scale that carried keys past the float range converted
+// their times out of range (undefined behaviour; built with clang, two keys
+// ended on one time). Times past the range now hold at its end, and the keys
+// stay apart and in order whatever the scale answers.
+TEST(ScaleRefusals, KeysCarriedPastTheFloatRangeStayInOrder)
+{
+    for (float scale : {1e38f, -1e38f, 3e38f}) {
+        auto curve = keeltest::floatCurve({{-std::numeric_limits<float>::max(), 1.0}, {12.5f, 0.0}, {40.0f, 2.0}});
+        TkeyframeHandle first(curve.get(), 0u, false);
+        TkeyframeHandle last(curve.get(), 2u, false);
+        TkeyframeHandlePtrArray handles;
+        handles.addLast(&first);
+        handles.addLast(&last);
+        curve->scaleTimeAndValue(handles, scale, 100.0f, 1.0f, 0.0);
+        EXPECT_TRUE(keeltest::keysInOrder(*curve)) << scale;
+        for (unsigned i = 0; i < curve->keyframeCount(); ++i) {
+            EXPECT_TRUE(std::isfinite(curve->timeValue(i).seconds())) << scale;
+        }
+    }
+}
+
 TEST(ScaleRefusals, LeaveTheCurveUntouched)
 {
     auto other = sixKeys(false);
