@@ -6,6 +6,8 @@
 #include <plotter.h>
 
 #include <algorithm>
+#include <string_view>
+#include <unordered_set>
 
 namespace {
 
@@ -83,9 +85,10 @@ void TpyCurveSet::remove(std::string const& name)
 std::vector<std::shared_ptr<TparamCurve>> TpyCurveSet::engineCurves() const
 {
     std::vector<std::shared_ptr<TparamCurve>> engines;
+    std::unordered_set<TparamCurve const*> seen;
     for (std::shared_ptr<TpyCurve> const& curve : fCurves) {
         for (std::shared_ptr<TparamCurve>& engine : curve->reachableCurves()) {
-            if (std::find(engines.begin(), engines.end(), engine) == engines.end()) {
+            if (seen.insert(engine.get()).second) {
                 engines.push_back(std::move(engine));
             }
         }
@@ -96,13 +99,13 @@ std::vector<std::shared_ptr<TparamCurve>> TpyCurveSet::engineCurves() const
 TcurveSet TpyCurveSet::toolCurves() const
 {
     TcurveSet curves;
+    std::unordered_set<std::string_view> names;
     for (std::shared_ptr<TpyCurve> const& curve : fCurves) {
         curve->engine();
         if (curve->name().empty()) {
             raiseValueError("a curve without a name cannot be written");
         }
-        auto const same = [&curve](TnamedCurve const& entry) { return entry.fName == curve->name(); };
-        if (std::any_of(curves.begin(), curves.end(), same)) {
+        if (!names.insert(curve->name()).second) {
             raiseValueError("two curves are named '" + curve->name() + "'");
         }
         curves.push_back(curve->entry());
