@@ -98,7 +98,7 @@ void bindKeys(py::module_& module)
             py::arg("index"))
         .def(
             "__getitem__",
-            [](TpyKeys const& keys, py::slice slice) {
+            [](TpyKeys const& keys, py::slice const& slice) {
                 std::vector<TpyKey> const all = keys.all();
                 py::list picked;
                 for (py::handle key : py::cast(all)[slice]) {
