@@ -12,7 +12,7 @@ seconds=${1:-300}
 KEEL_FUZZ=ON "$root/scripts/setup.sh"
 
 CXX=clang++-16 cmake -S "$root" -B "$root/build-fuzz" -DKEEL_FUZZ=ON -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-  -DKEEL_BUILD_TOOLS=OFF -DKEEL_BUILD_EXAMPLES=OFF -DKEEL_INSTALL_TEST=OFF >/dev/null
+  -DKEEL_BUILD_TOOLS=OFF -DKEEL_BUILD_EXAMPLES=OFF -DKEEL_INSTALL_TEST=OFF -DKEEL_BUILD_PYTHON=OFF >/dev/null
 cmake --build "$root/build-fuzz" --target keel_fuzzer -j "$(nproc 2>/dev/null || echo 2)"
 
 mkdir -p "$root/build-fuzz/corpus" "$root/build-fuzz/artifacts"

@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Installs what building and testing the engine needs, when it is missing:
-# a C++20 compiler, CMake, GoogleTest (and Google Benchmark for bench/), and,
-# unless KEEL_BUILD_TOOLS=OFF, what the keelcurve tool and its tests use.
+# a C++20 compiler, CMake, GoogleTest (and Google Benchmark for bench/),
+# unless KEEL_BUILD_TOOLS=OFF what the keelcurve tool and its tests use, and
+# unless KEEL_BUILD_PYTHON=OFF what the Python module and its tests use (for
+# Debian's /usr/bin/python3, which these packages serve).
 set -euo pipefail
 
 missing=()
@@ -20,6 +22,16 @@ if [ "${KEEL_BUILD_TOOLS:-ON}" != "OFF" ]; then
   [ -f /usr/include/expat.h ] || missing+=(libexpat1-dev)
   # Real glTF 2.0 animation that the tool's tests import.
   [ -d /usr/share/assimp/models/glTF2 ] || missing+=(assimp-testmodels)
+fi
+if [ "${KEEL_BUILD_PYTHON:-ON}" != "OFF" ]; then
+  [ -x /usr/bin/python3 ] || missing+=(python3)
+  [ -f /usr/include/pybind11/pybind11.h ] || missing+=(pybind11-dev)
+  /usr/bin/python3 -c 'import pybind11' >/dev/null 2>&1 || missing+=(python3-pybind11)
+  /usr/bin/python3 -c 'import numpy' >/dev/null 2>&1 || missing+=(python3-numpy)
+  /usr/bin/python3 -c 'import pytest' >/dev/null 2>&1 || missing+=(python3-pytest)
+  # The module's headers and the interpreter's library to build against.
+  /usr/bin/python3 -c 'import sysconfig, os, sys; sys.exit(not os.path.exists(os.path.join(sysconfig.get_paths()["include"], "Python.h")))' \
+    >/dev/null 2>&1 || missing+=(python3-dev)
 fi
 
 # The fuzzer (scripts/fuzz.sh) is built with clang 16 and its runtime.

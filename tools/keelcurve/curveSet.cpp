@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <utility>
 
 namespace {
@@ -88,6 +89,11 @@ TcurveSet selectCurves(TcurveSet curves, std::vector<std::string> const& names, 
         return std::find(names.begin(), names.end(), curve.fName) == names.end();
     });
     return curves;
+}
+
+double bakeFrameCount(double start, double end, double fps)
+{
+    return std::floor((end - start) * fps + 1e-9);
 }
 
 bool keyTimeRange(TcurveSet const& curves, double& first, double& last)

@@ -63,6 +63,15 @@ inline constexpr char const* kAxisWords[3] = {"x", "y", "z"};
 // in file order; fails naming `file` for a name no curve has.
 TcurveSet selectCurves(TcurveSet curves, std::vector<std::string> const& names, std::string const& file);
 
+// A bake samples at start + i / fps for i = 0 .. bakeFrameCount(start, end,
+// fps): every frame that fits in [start, end], allowing a rounding error of
+// 1e-9 frames at the end. The caller checks that fps is positive and finite.
+double bakeFrameCount(double start, double end, double fps);
+inline double bakeTime(double start, double frame, double fps)
+{
+    return start + frame / fps;
+}
+
 // The first and last key time over all curves, in seconds; false when no
 // curve has a key.
 bool keyTimeRange(TcurveSet const& curves, double& first, double& last);

@@ -168,13 +168,13 @@ std::vector<double> bakeTimes(TbakeArgs const& args, TcurveSet const& curves)
     if (end < start) {
         failOption("--end", "the end comes before the start");
     }
-    double const frames = std::floor((end - start) * args.fFps + 1e-9);
+    double const frames = bakeFrameCount(start, end, args.fFps);
     if (frames + 1.0 > kMaxSamples) {
         failOption("--fps", "too many samples (" + number(frames + 1.0) + ")");
     }
     std::vector<double> times;
     for (double frame = 0.0; frame <= frames; frame += 1.0) {
-        times.push_back(start + frame / args.fFps);
+        times.push_back(bakeTime(start, frame, args.fFps));
     }
     return times;
 }

@@ -2,19 +2,14 @@
 
 #include "commands.h"
 #include "curveFile.h"
-#include "outputFile.h"
 #include "plotter.h"
 #include "toolError.h"
 
-#include <cmath>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace {
-
-constexpr int kMinPlotSize = 320;
-constexpr int kMaxPlotSize = 8192;
 
 struct TplotArgs {
     std::string fInput;
@@ -27,42 +22,11 @@ struct TplotArgs {
     int fHeight = TplotOptions{}.fHeight;
 };
 
-TplotOptions plotOptions(TplotArgs const& args)
-{
-    TplotOptions options;
-    options.fHandles = args.fHandles;
-    if (args.fWidth < kMinPlotSize || args.fWidth > kMaxPlotSize || args.fHeight < kMinPlotSize ||
-        args.fHeight > kMaxPlotSize) {
-        failOption("--width/--height", "width and height must lie between " + std::to_string(kMinPlotSize) + " and " +
-                                           std::to_string(kMaxPlotSize));
-    }
-    options.fWidth = args.fWidth;
-    options.fHeight = args.fHeight;
-    if (args.fFrom.has_value() != args.fTo.has_value()) {
-        failOption("--from/--to", "give both ends of the time range");
-    }
-    if (args.fFrom) {
-        checkCommandTime(*args.fFrom, "--from");
-        checkCommandTime(*args.fTo, "--to");
-        if (!(*args.fTo > *args.fFrom)) {
-            failOption("--from/--to", "the time range is empty");
-        }
-        options.fHasRange = true;
-        options.fFrom = *args.fFrom;
-        options.fTo = *args.fTo;
-    }
-    return options;
-}
-
 void runPlot(TplotArgs const& args)
 {
-    TplotFormat const format = plotFormatOf(args.fOutput);
-    TplotOptions const options = plotOptions(args);
-    TcurveSet const curves = selectCurves(readCurveFile(args.fInput), args.fCurves, args.fInput);
-    TpendingOutput output(args.fOutput);
-    drawPlot(curves, options, format, output.tempPath(), args.fOutput);
-    releasePlotCaches();
-    output.commit();
+    plotFormatOf(args.fOutput);  // a bad extension is reported before anything else
+    TplotOptions const options = plotOptions(args.fFrom, args.fTo, args.fHandles, args.fWidth, args.fHeight);
+    writePlot(selectCurves(readCurveFile(args.fInput), args.fCurves, args.fInput), options, args.fOutput);
 }
 
 }  // namespace

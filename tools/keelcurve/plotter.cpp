@@ -1,5 +1,6 @@
 #include "plotter.h"
 
+#include "outputFile.h"
 #include "spans.h"
 #include "toolError.h"
 
@@ -14,6 +15,9 @@
 #include <memory>
 
 namespace {
+
+constexpr int kMinPlotSize = 320;
+constexpr int kMaxPlotSize = 8192;
 
 struct Tcolour {
     double fR, fG, fB;
@@ -376,6 +380,32 @@ void expectSuccess(cairo_status_t status, std::string const& reportedPath)
 
 }  // namespace
 
+TplotOptions plotOptions(std::optional<double> from, std::optional<double> to, bool handles, int width, int height)
+{
+    TplotOptions options;
+    options.fHandles = handles;
+    if (width < kMinPlotSize || width > kMaxPlotSize || height < kMinPlotSize || height > kMaxPlotSize) {
+        failOption("--width/--height", "width and height must lie between " + std::to_string(kMinPlotSize) + " and " +
+                                           std::to_string(kMaxPlotSize));
+    }
+    options.fWidth = width;
+    options.fHeight = height;
+    if (from.has_value() != to.has_value()) {
+        failOption("--from/--to", "give both ends of the time range");
+    }
+    if (from) {
+        checkCommandTime(*from, "--from");
+        checkCommandTime(*to, "--to");
+        if (!(*to > *from)) {
+            failOption("--from/--to", "the time range is empty");
+        }
+        options.fHasRange = true;
+        options.fFrom = *from;
+        options.fTo = *to;
+    }
+    return options;
+}
+
 TplotFormat plotFormatOf(std::string const& outputPath)
 {
     auto const endsWith = [&outputPath](char const* suffix) {
@@ -410,6 +440,15 @@ void drawPlot(TcurveSet const& curves, TplotOptions const& options, TplotFormat 
     }
     cairo_surface_finish(surface.get());
     expectSuccess(cairo_surface_status(surface.get()), reportedPath);
+}
+
+void writePlot(TcurveSet const& curves, TplotOptions const& options, std::string const& path)
+{
+    TplotFormat const format = plotFormatOf(path);
+    TpendingOutput output(path);
+    drawPlot(curves, options, format, output.tempPath(), path);
+    releasePlotCaches();
+    output.commit();
 }
 
 void releasePlotCaches()

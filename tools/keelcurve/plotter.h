@@ -2,6 +2,7 @@
 
 #include "curveSet.h"
 
+#include <optional>
 #include <string>
 
 // Draws curves with cairo, the same routine for SVG and PNG.
@@ -27,6 +28,12 @@ struct TplotOptions {
     int fHeight = 540;
 };
 
+// The options for a plot of `width` x `height` pixels, showing the time range
+// [from, to] when both are given; fails (naming the command-line options) for
+// sizes outside 320..8192, one end alone, an empty range or times beyond
+// kMaxCommandTime.
+TplotOptions plotOptions(std::optional<double> from, std::optional<double> to, bool handles, int width, int height);
+
 // Each curve is one stroked path of this width, in its own colour; nothing
 // else in a plot is stroked at this width (tests count the curves by it).
 inline constexpr double kCurveLineWidth = 2.25;
@@ -38,6 +45,10 @@ TplotFormat plotFormatOf(std::string const& outputPath);
 // temporary file and rename it); fails naming `reportedPath` when cairo does.
 void drawPlot(TcurveSet const& curves, TplotOptions const& options, TplotFormat format, std::string const& path,
               std::string const& reportedPath);
+
+// Draws `curves` into the file `path` (SVG or PNG by its extension), which
+// appears whole or not at all, and releases the font caches after.
+void writePlot(TcurveSet const& curves, TplotOptions const& options, std::string const& path);
 
 // Frees the font caches cairo and fontconfig keep for the whole process, so
 // that a leak checker sees none at exit. Called once drawing is over: fonts
