@@ -77,11 +77,11 @@ private:
 
 TtangentType anyType(Tbytes& in)
 {
-    static TtangentType const types[] = {kTangentGlobal,    kTangentFixed,  kTangentLinear,   kTangentFlat,
-                                         kTangentSmooth,    kTangentStep,   kTangentSlow,     kTangentFast,
-                                         kTangentOldClamped, kTangentSpline, kTangentClamped, kTangentHermite,
-                                         kTangentBezier,    kTangentSine,   kTangentParabolic, kTangentLog,
-                                         kTangentPlateau,   kTangentStepNext, kTangentAuto};
+    static TtangentType const types[] = {kTangentGlobal,     kTangentFixed,    kTangentLinear,    kTangentFlat,
+                                         kTangentSmooth,     kTangentStep,     kTangentSlow,      kTangentFast,
+                                         kTangentOldClamped, kTangentSpline,   kTangentClamped,   kTangentHermite,
+                                         kTangentBezier,     kTangentSine,     kTangentParabolic, kTangentLog,
+                                         kTangentPlateau,    kTangentStepNext, kTangentAuto};
     unsigned const pick = in.byte();
     return pick < 240 ? types[pick % std::size(types)] : static_cast<TtangentType>(int(pick) - 200);
 }
@@ -269,8 +269,8 @@ void scaleOp(Tbytes& in, Tworld& world, TparamCurve& curve)
         break;
     }
     default:
-        curve.scaleTimeAndValue(picksOn(in, world, curve), float(in.modest()), anyTime(in, curve),
-                                float(in.modest()), in.modest(), in.flag(), in.flag());
+        curve.scaleTimeAndValue(picksOn(in, world, curve), float(in.modest()), anyTime(in, curve), float(in.modest()),
+                                in.modest(), in.flag(), in.flag());
         break;
     }
 }
@@ -304,8 +304,7 @@ void changeFunctionOp(Tbytes& in, Tworld& world, TparamCurve& curve)
         TlatticeFn deform;
         deform.setLatticeParams(lattice);
         for (TkeyframeHandle* handle : run) {
-            deform.addOrigValue(handle->keyframe(), float(handle->timeValue().seconds()), handle->value(),
-                                in.number());
+            deform.addOrigValue(handle->keyframe(), float(handle->timeValue().seconds()), handle->value(), in.number());
         }
         lattice->setLatticePair(in.below(4), in.below(4), in.modest(), in.modest());
         deform.setLatticeDirty();
@@ -338,8 +337,12 @@ void clipboardOp(Tbytes& in, Tworld& world, TparamCurve& curve)
 {
     TclipboardCurves& clipboard = world.clipboard();
     switch (variant(in.below(5))) {
-    case 0: clipboard.copyRange(curve, anyTime(in, curve), anyTime(in, curve), TparamCurve::TcopyOption(in.below(4))); break;
-    case 1: clipboard.cutRange(curve, anyTime(in, curve), anyTime(in, curve), TparamCurve::TcutOption(in.below(8))); break;
+    case 0:
+        clipboard.copyRange(curve, anyTime(in, curve), anyTime(in, curve), TparamCurve::TcopyOption(in.below(4)));
+        break;
+    case 1:
+        clipboard.cutRange(curve, anyTime(in, curve), anyTime(in, curve), TparamCurve::TcutOption(in.below(8)));
+        break;
     case 2: {
         TparamCurve* slots[3] = {};
         TpickKeyList const& picks = picksOn(in, world, curve);
@@ -371,8 +374,8 @@ void rotationOp(Tbytes& in, Tworld& world)
     switch (variant(in.below(3))) {
     case 0: triple.setRotationInterpolation(TparamCurveEnums::TrotationInterpolation(in.below(7))); break;
     case 1:
-        triple.setKey(anyTime(in, *triple.channel(0)), TrotateXYZ{in.number(), in.number(), in.number()},
-                      anyType(in), anyType(in));
+        triple.setKey(anyTime(in, *triple.channel(0)), TrotateXYZ{in.number(), in.number(), in.number()}, anyType(in),
+                      anyType(in));
         break;
     default:
         triple.channel(0)->moveKeyframe(anyIndex(in, *triple.channel(0)), anyTime(in, *triple.channel(0)),
@@ -481,9 +484,9 @@ void checkCurve(TparamCurve& curve, char const* after)
     static_cast<void>(curve.evaluate(TtimeValue(std::numeric_limits<float>::quiet_NaN())));
 }
 
-char const* const kOpNames[] = {"key edit", "tangent edit", "move", "scale", "change-function move",
-                                "retime",   "clipboard",    "rotation", "evaluation", "curve lock",
-                                "step boundary", "undo and redo of the last step"};
+char const* const kOpNames[] = {
+    "key edit",  "tangent edit", "move",       "scale",      "change-function move", "retime",
+    "clipboard", "rotation",     "evaluation", "curve lock", "step boundary",        "undo and redo of the last step"};
 
 }  // namespace
 

@@ -339,7 +339,6 @@ inline std::unique_ptr<TparamCurve> randomCurve(TrandomEditor& editor, bool floa
     return curve;
 }
 
-
 // One random sequence on `curve`: one to three modifications of one to six
 // edits, then undo, redo and undo again, each of which must give back the
 // exact curve it should. Answers what broke, or nothing.

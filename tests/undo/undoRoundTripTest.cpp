@@ -2,8 +2,8 @@
 // undo to the exact curve they started from and redo to the exact edited one.
 
 #include "support/curveBuilders.h"
-#include "support/randomEditor.h"
 #include "support/museum.h"
+#include "support/randomEditor.h"
 
 #include <gtest/gtest.h>
 

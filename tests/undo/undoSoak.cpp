@@ -23,8 +23,8 @@ int main(int argc, char** argv)
     keeltest::TrandomEditor editor(seed);
     auto const start = std::chrono::steady_clock::now();
     for (unsigned long sequence = 0; sequence < sequences; ++sequence) {
-        auto curve = sequence < museum.size() ? museum[sequence].fBuild()
-                                              : keeltest::randomCurve(editor, sequence % 2 == 0);
+        auto curve =
+            sequence < museum.size() ? museum[sequence].fBuild() : keeltest::randomCurve(editor, sequence % 2 == 0);
         std::string const broke = keeltest::undoSequence(editor, *curve);
         if (!broke.empty()) {
             std::printf("FAILED: seed %u, sequence %lu: %s\n", seed, sequence, broke.c_str());
