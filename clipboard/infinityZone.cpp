@@ -90,28 +90,31 @@ TinfinityLayout::TinfinityLayout(TparamCurve const& governing, TtimeValue const&
         // One key, or keys at one time: the curve is that value everywhere.
         fPre = fPost = TparamCurveEnums::kConstant;
     }
-    long from = 0;
-    long to = 0;
+    // Repetitions counted in doubles: a long range over a short cycle is
+    // refused before any count is turned into an integer.
+    double from = 0.0;
+    double to = 0.0;
+    auto cycleOf = [&](TtimeValue const& time) { return std::floor((time - fFirst).seconds() / period); };
     if (start < fFirst && isCyclic(fPre)) {
-        from = static_cast<long>(std::floor((start - fFirst).seconds() / period));
+        from = cycleOf(start);
     }
     if (fLast < end && isCyclic(fPost)) {
-        to = static_cast<long>(std::floor((end - fFirst).seconds() / period));
+        to = cycleOf(end);
     }
     if (fLast < start && isCyclic(fPost)) {
-        from = std::max(from, static_cast<long>(std::floor((start - fFirst).seconds() / period)));
+        from = std::max(from, cycleOf(start));
     }
     if (end < fFirst && isCyclic(fPre)) {
-        to = std::min(to, static_cast<long>(std::floor((end - fFirst).seconds() / period)));
+        to = std::min(to, cycleOf(end));
     }
-    if (double(to - from + 1) * fCount > kMostKeys) {
+    if (!std::isfinite(from) || !std::isfinite(to) || (to - from + 1.0) * fCount > kMostKeys) {
         fValid = false;
         return;
     }
     if (start < fFirst && !isCyclic(fPre)) {
         layZone(true, start);
     }
-    layCycles(from, to, governing);
+    layCycles(static_cast<long>(from), static_cast<long>(to), governing);
     if (fLast < end && !isCyclic(fPost)) {
         layZone(false, end);
     }

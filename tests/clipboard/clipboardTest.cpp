@@ -412,8 +412,13 @@ TEST(Copy, RefusalsChangeNothing)
     EXPECT_EQ(curve->copyKeysInRange(TtimeValue(0.0f), TtimeValue(1.0f), TparamCurve::kCopyKeys, nullptr), 0u);
     EXPECT_EQ(curve->cutKeysInRange(TtimeValue(0.0f), TtimeValue(1.0f), TparamCurve::TcutOption(7), nullptr), 0u);
     curve->setPostInfinityType(TparamCurveEnums::kCycle);
-    EXPECT_EQ(curve->copyKeysInRange(TtimeValue(0.0f), TtimeValue(1e7f), TparamCurve::kCopyWithRangeEnds, slots), 0u)
-        << "millions of cycles are refused";
+    for (float far : {1e7f, 3e38f}) {
+        // Found by fuzzing (3e38): the cycle count overflowed the integer it
+        // was turned into before the check that refuses it.
+        EXPECT_EQ(curve->copyKeysInRange(TtimeValue(0.0f), TtimeValue(far), TparamCurve::kCopyWithRangeEnds, slots),
+                  0u)
+            << "millions of cycles are refused: " << far;
+    }
     curve->setPostInfinityType(TparamCurveEnums::kConstant);
     curve->setLockedParams(TparamCurve::kChangeAll);
     EXPECT_EQ(curve->cutKeysInRange(TtimeValue(1.0f), TtimeValue(2.0f), TparamCurve::kCutKeys, nullptr), 0u);
