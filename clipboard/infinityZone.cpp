@@ -21,6 +21,9 @@ namespace {
 
 // More keys than this in one copy is a range far beyond any use.
 constexpr double kMostKeys = 1.0e6;
+// Repetitions further out than this lie where single-precision times no
+// longer tell a cycle's keys apart.
+constexpr double kFarthestCycle = 1.0e9;
 
 bool isCyclic(TparamCurveEnums::TinfinityType type)
 {
@@ -107,7 +110,8 @@ TinfinityLayout::TinfinityLayout(TparamCurve const& governing, TtimeValue const&
     if (end < fFirst && isCyclic(fPre)) {
         to = std::min(to, cycleOf(end));
     }
-    if (!std::isfinite(from) || !std::isfinite(to) || (to - from + 1.0) * fCount > kMostKeys) {
+    bool const countable = std::fabs(from) <= kFarthestCycle && std::fabs(to) <= kFarthestCycle;
+    if (!countable || (to - from + 1.0) * fCount > kMostKeys) {
         fValid = false;
         return;
     }

@@ -9,6 +9,6 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/setup.sh"
-cmake -S "$root" -B "$root/build-release" -DCMAKE_BUILD_TYPE=Release >/dev/null
+cmake -S "$root" -B "$root/build-release" -DCMAKE_BUILD_TYPE=Release -DKEEL_BUILD_TESTS=ON >/dev/null
 cmake --build "$root/build-release" --target undo_soak -j "$(nproc 2>/dev/null || echo 2)"
 "$root/build-release/tests/undo_soak" "${1:-1000000}" "${2:-2026}"

@@ -415,10 +415,12 @@ TEST(Copy, RefusalsChangeNothing)
     for (float far : {1e7f, 3e38f}) {
         // Found by fuzzing (3e38): the cycle count overflowed the integer it
         // was turned into before the check that refuses it.
-        EXPECT_EQ(curve->copyKeysInRange(TtimeValue(0.0f), TtimeValue(far), TparamCurve::kCopyWithRangeEnds, slots),
-                  0u)
+        EXPECT_EQ(curve->copyKeysInRange(TtimeValue(0.0f), TtimeValue(far), TparamCurve::kCopyWithRangeEnds, slots), 0u)
             << "millions of cycles are refused: " << far;
     }
+    EXPECT_EQ(curve->copyKeysInRange(TtimeValue(1e30f), TtimeValue(1.0001e30f), TparamCurve::kCopyWithRangeEnds, slots),
+              0u)
+        << "a cycle too far out for single-precision times is refused";
     curve->setPostInfinityType(TparamCurveEnums::kConstant);
     curve->setLockedParams(TparamCurve::kChangeAll);
     EXPECT_EQ(curve->cutKeysInRange(TtimeValue(1.0f), TtimeValue(2.0f), TparamCurve::kCutKeys, nullptr), 0u);

@@ -14,6 +14,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <utility>
 
 namespace keeltest {
 
@@ -239,7 +240,9 @@ public:
     // Moves and scales: batches, single keys, values, replacements, swaps.
     void moveOrScale(TparamCurve& curve, unsigned at)
     {
-        switch (fRandom() % 6) {
+        unsigned const kind = fRandom() % 6;
+        fTrace += "(" + std::to_string(kind) + ") ";
+        switch (kind) {
         case 0: batchMove(curve); break;
         case 1:
             curve.moveKeyframe(at, anyTime(curve, -1.0f, 11.0f), double(fRandom() % 7) - 3.0, anyOption(), true);
@@ -266,7 +269,12 @@ public:
     {
         unsigned const n = curve.keyframeCount();
         unsigned const at = n > 0 ? unsigned(fRandom() % n) : 0;
-        switch (fRandom() % 24) {
+        unsigned kind = fRandom() % 24;
+        while (fSkipped.find(" " + std::to_string(kind) + " ") != std::string::npos) {
+            kind = fRandom() % 24;
+        }
+        fTrace += std::to_string(kind) + " ";
+        switch (kind) {
         case 20:
         case 21: clipboardEdit(curve); break;
         case 22: changeFunctionMove(curve); break;
@@ -322,10 +330,17 @@ public:
     std::mt19937& random() { return fRandom; }
     // What an edit broke that undo cannot show (empty when nothing).
     std::string const& broken() const { return fBroken; }
+    // Leaves out the kinds of edit listed (numbers separated by spaces), to
+    // find which kind a failure needs.
+    void skip(std::string const& kinds) { fSkipped = " " + kinds + " "; }
+    // The kinds of edit made since the last call, for a failure's report.
+    std::string takeTrace() { return std::exchange(fTrace, std::string()); }
 
 private:
     std::mt19937 fRandom;
     std::string fBroken;
+    std::string fTrace;
+    std::string fSkipped;
 };
 
 inline std::unique_ptr<TparamCurve> randomCurve(TrandomEditor& editor, bool floatTime)
@@ -344,6 +359,7 @@ inline std::unique_ptr<TparamCurve> randomCurve(TrandomEditor& editor, bool floa
 // exact curve it should. Answers what broke, or nothing.
 inline std::string undoSequence(TrandomEditor& editor, TparamCurve& curve)
 {
+    editor.takeTrace();
     std::string const original = curveState(curve);
     TparamCurveDeltaUser user;
     unsigned const modifications = 1 + editor.random()() % 3;
@@ -367,14 +383,19 @@ inline std::string undoSequence(TrandomEditor& editor, TparamCurve& curve)
     }
     user.undoPC();
     if (curveState(curve) != original) {
-        return "undo";
+        return "undo after edits " + editor.takeTrace();
     }
     user.redoPC();
     if (curveState(curve) != edited) {
-        return "redo";
+        std::string records;
+        for (unsigned i = 0; i < user.step().length(); ++i) {
+            records += std::string(user.step().delta(i)->typeof()->name()) + " ";
+        }
+        return "redo after edits " + editor.takeTrace() + "\nrecords: " + records + "\nedited:\n" + edited +
+               "redone:\n" + curveState(curve);
     }
     user.undoPC();
-    return curveState(curve) == original ? "" : "second undo";
+    return curveState(curve) == original ? "" : "second undo after edits " + editor.takeTrace();
 }
 
 }  // namespace keeltest

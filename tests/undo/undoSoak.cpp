@@ -2,7 +2,8 @@
 // both time forms (and the museum's curves first), each undone, redone and
 // undone again, checked exact. Not a unit test: scripts/soak.sh runs it.
 //
-//   undo_soak [sequences] [seed]    (defaults: 1,000,000 and 2026)
+//   undo_soak [sequences] [seed] [kinds to skip]   (defaults: 1,000,000, 2026,
+//   none; kinds are the random editor's edit numbers, e.g. "20 21")
 //
 // Prints the sequences per second, and the seed and sequence of the first
 // failure, which replays alone as `undo_soak <sequence + 1> <seed>`.
@@ -21,6 +22,9 @@ int main(int argc, char** argv)
     unsigned const seed = argc > 2 ? unsigned(std::strtoul(argv[2], nullptr, 10)) : 2026u;
     auto const& museum = keeltest::museum();
     keeltest::TrandomEditor editor(seed);
+    if (argc > 3) {
+        editor.skip(argv[3]);
+    }
     auto const start = std::chrono::steady_clock::now();
     for (unsigned long sequence = 0; sequence < sequences; ++sequence) {
         auto curve =
