@@ -381,21 +381,25 @@ inline std::string undoSequence(TrandomEditor& editor, TparamCurve& curve)
     if (!holdsOnlyNamedRecords(user.step())) {
         return "a step holds a record no edit names";
     }
-    user.undoPC();
-    if (curveState(curve) != original) {
-        return "undo after edits " + editor.takeTrace();
-    }
-    user.redoPC();
-    if (curveState(curve) != edited) {
+    // What went wrong, with the records and the two curves that differ.
+    auto report = [&](char const* what, std::string const& expected) {
         std::string records;
         for (unsigned i = 0; i < user.step().length(); ++i) {
             records += std::string(user.step().delta(i)->typeof()->name()) + " ";
         }
-        return "redo after edits " + editor.takeTrace() + "\nrecords: " + records + "\nedited:\n" + edited +
-               "redone:\n" + curveState(curve);
+        return std::string(what) + " after edits " + editor.takeTrace() + "\nrecords: " + records + "\nexpected:\n" +
+               expected + "found:\n" + curveState(curve);
+    };
+    user.undoPC();
+    if (curveState(curve) != original) {
+        return report("undo", original);
+    }
+    user.redoPC();
+    if (curveState(curve) != edited) {
+        return report("redo", edited);
     }
     user.undoPC();
-    return curveState(curve) == original ? "" : "second undo after edits " + editor.takeTrace();
+    return curveState(curve) == original ? "" : report("second undo", original);
 }
 
 }  // namespace keeltest
