@@ -5,6 +5,7 @@ import gc
 import math
 import sys
 import threading
+import time
 
 import keelanim
 import numpy as np
@@ -128,23 +129,30 @@ def test_a_curve_being_baked_refuses_other_threads():
     curve = make_curve("busy", [(0.0, 0.0), (1.0, 1.0)])
     refusals = []
     started = threading.Event()
+    finished = threading.Event()
 
     def edit_while_baking():
         started.wait()
-        for _ in range(2000):
+        flip = 0
+        while not finished.is_set():
+            flip ^= 1
             try:
-                curve.keys[0].value = 0.5
+                # A new value each time: setting the value a key has is no edit.
+                curve.keys[0].value = 0.25 + 0.5 * flip
             except RuntimeError as error:
                 refusals.append(str(error))
 
     editor = threading.Thread(target=edit_while_baking)
     editor.start()
     started.set()
-    for _ in range(20):
+    # Bakes release the GIL, so the editor meets one sooner or later; the
+    # deadline only bounds a machine too busy to schedule it.
+    deadline = time.monotonic() + 20.0
+    while not refusals and time.monotonic() < deadline:
         times, values = curve.bake(0.0, 1.0, 2e5)
         assert np.all(np.isfinite(values))
+    finished.set()
     editor.join()
-    # The editor runs while the bakes release the GIL, so it meets them.
     assert refusals and all("being baked on another thread" in message for message in refusals)
     curve.keys[0].value = 0.5
     assert curve.evaluate(0.0) == 0.5
