@@ -12,6 +12,9 @@
 #include "keelanim/segments/animCurve.h"
 
 #include <cmath>
+#include <cstdint>
+#include <mutex>
+#include <unordered_map>
 
 namespace {
 constexpr unsigned kKeyArraySizeHint = 8;
@@ -22,8 +25,50 @@ bool TparamCurve::fsOverrideTangentsForBlockingMode = false;
 
 // --- Construction ----------------------------------------------------------------
 
+namespace {
+
+// The curves alive, by address, with the number each was given; curves are
+// made and deleted on any thread.
+struct TliveCurves {
+    std::mutex fMutex;
+    std::unordered_map<TparamCurve const*, std::uint64_t> fSerials;
+    std::uint64_t fNext = 0;
+};
+
+TliveCurves& liveCurves()
+{
+    static TliveCurves live;
+    return live;
+}
+
+}  // namespace
+
+void TparamCurve::registerLive()
+{
+    TliveCurves& live = liveCurves();
+    std::lock_guard<std::mutex> const lock(live.fMutex);
+    fLiveSerial = ++live.fNext;
+    live.fSerials[this] = fLiveSerial;
+}
+
+void TparamCurve::unregisterLive()
+{
+    TliveCurves& live = liveCurves();
+    std::lock_guard<std::mutex> const lock(live.fMutex);
+    live.fSerials.erase(this);
+}
+
+bool TparamCurve::isLive(TparamCurve const* curve, std::uint64_t serial)
+{
+    TliveCurves& live = liveCurves();
+    std::lock_guard<std::mutex> const lock(live.fMutex);
+    auto const found = live.fSerials.find(curve);
+    return found != live.fSerials.end() && found->second == serial;
+}
+
 TparamCurve::TparamCurve(bool floatTime)
 {
+    registerLive();
     new (fEvaluatorSpace) TcurveEvaluator();
     // New curves are weighted unless the key-tangent preference says otherwise.
     fCurveFlags.set(kWeightedBit);
@@ -40,6 +85,7 @@ TparamCurve::TparamCurve(bool floatTime)
 
 TparamCurve::TparamCurve(TparamCurve const& other) : TdeltaUser(), TclientServer(other)
 {
+    registerLive();
     new (fEvaluatorSpace) TcurveEvaluator();
     if (other.isFloatCurve()) {
         fFloatKeys = new TfloatKeyframePtrArray(false, kKeyArraySizeHint);
@@ -73,6 +119,7 @@ TparamCurve& TparamCurve::operator=(TparamCurve const& other)
 
 TparamCurve::~TparamCurve()
 {
+    unregisterLive();
     delete fEditSession;
     // The host's hooks may name curves already gone: a curve being deleted
     // asks nothing more of them.

@@ -77,6 +77,16 @@ void TparamCurveDeltaComp::setIsUndone(bool undone)
 
 // A step replays whole or not at all: every curve it touches is asked first,
 // with each record's replay mask, as edits on several channels are.
+void TparamCurveDeltaComp::forgetDeletedCurves()
+{
+    for (Tdelta* delta : fChildren) {
+        auto* record = keelCast<TparamCurveDelta>(delta);
+        if (record != nullptr && record->curveGone()) {
+            record->invalidateParamCurve();
+        }
+    }
+}
+
 bool TparamCurveDeltaComp::curvesAccept() const
 {
     // Steps mostly hold records of one curve: each curve is asked once, with
@@ -101,6 +111,7 @@ bool TparamCurveDeltaComp::curvesAccept() const
 
 bool TparamCurveDeltaComp::undo()
 {
+    forgetDeletedCurves();
     if (!curvesAccept()) {
         return false;
     }
@@ -118,6 +129,7 @@ bool TparamCurveDeltaComp::undo()
 
 bool TparamCurveDeltaComp::redo()
 {
+    forgetDeletedCurves();
     if (!curvesAccept()) {
         return false;
     }

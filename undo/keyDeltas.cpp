@@ -15,14 +15,14 @@ KEEL_DEFINE_METACLASS(TPCDblockAddRemoveKey, &TparamCurveDeltaTmeta);
 // --- TparamCurveDelta ----------------------------------------------------------------------
 
 TparamCurveDelta::TparamCurveDelta(TparamCurve* curve, Tkeyframe* key)
-    : Tdelta(curve), fParamCurve(curve), fKeyframe(key),
+    : Tdelta(curve), fParamCurve(curve), fCurveSerial(curve != nullptr ? curve->liveSerial() : 0), fKeyframe(key),
       fUnrecordedDeletions(curve != nullptr ? curve->unrecordedDeletions() : 0)
 {
 }
 
 TparamCurveDelta::TparamCurveDelta(TparamCurveDelta const& other)
-    : Tdelta(other.fParamCurve), ZPtrBase(other), fParamCurve(other.fParamCurve), fKeyframe(other.fKeyframe),
-      fIsUndone(other.fIsUndone),
+    : Tdelta(other.fParamCurve), ZPtrBase(other), fParamCurve(other.fParamCurve), fCurveSerial(other.fCurveSerial),
+      fKeyframe(other.fKeyframe), fIsUndone(other.fIsUndone),
       fRederived(other.fRederived != nullptr ? new TtangentJournal(*other.fRederived) : nullptr),
       fUnrecordedDeletions(other.fUnrecordedDeletions)
 {
@@ -59,9 +59,14 @@ unsigned TparamCurveDelta::replayMask() const
     return TparamCurve::kChangeAll;
 }
 
+bool TparamCurveDelta::curveGone() const
+{
+    return fParamCurve != nullptr && !TparamCurve::isLive(fParamCurve, fCurveSerial);
+}
+
 bool TparamCurveDelta::inert() const
 {
-    return fParamCurve == nullptr || fParamCurve->unrecordedDeletions() != fUnrecordedDeletions;
+    return fParamCurve == nullptr || curveGone() || fParamCurve->unrecordedDeletions() != fUnrecordedDeletions;
 }
 
 // --- TPCDaddRemoveKey -------------------------------------------------------------------------

@@ -838,6 +838,11 @@ public:
     // removals outside a modification or without removal records): records
     // made before such a deletion are inert.
     unsigned unrecordedDeletions() const { return fUnrecordedDeletions; }
+    // Every curve alive is known by its address and the number it was given
+    // when made (a copy gets a new one): a record that outlives its curve
+    // finds it gone, also when a new curve took the same address.
+    std::uint64_t liveSerial() const { return fLiveSerial; }
+    static bool isLive(TparamCurve const* curve, std::uint64_t serial);
 
     // --- Infinities (curve/paramCurveEdit.cpp) -----------------------------
     TparamCurveEnums::TinfinityType preInfinityType() const { return fPreInfinity; }
@@ -963,6 +968,8 @@ private:
     void closeTangentJournal();
     bool setKeyFlag(unsigned index, unsigned mask, Tkeyframe::TflagBit bit, bool on, int kind);
     bool readsNeighbourTangents(unsigned index) const;
+    void registerLive();
+    void unregisterLive();
     template <class Retype> bool retypeTangents(unsigned index, Retype&& retype);
     // evaluate() where a span's arithmetic overflowed (see the source).
     double evaluateNearTheLimit(TtimeValue const& time);
@@ -1024,6 +1031,7 @@ private:
     unsigned fRecordsBeforeChange = 0;
     // Keys deleted without an add/delete message / without a record.
     unsigned fSilentKeyDrops = 0;
+    std::uint64_t fLiveSerial = 0;
     unsigned fUnrecordedDeletions = 0;
     T2dAnimCurve* fTangentSegment = nullptr;
     // What an edit in progress keeps between calls (a move's keys, the

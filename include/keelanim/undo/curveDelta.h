@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "keelanim/base/export.h"
 #include "keelanim/undo/delta.h"
 #include "keelanim/undo/hostApi.h"
@@ -62,6 +64,9 @@ public:
     // True when undo and redo must do nothing: no curve, or the curve deleted
     // keys without a record since this record was made.
     bool inert() const;
+    // Whether the record's curve has been deleted (the record then holds a
+    // pointer it must not follow: invalidateParamCurve).
+    bool curveGone() const;
 
     // The tangents the edit re-derived, before and after (null when none);
     // the record owns them. Attaching to a record that has some already
@@ -74,6 +79,7 @@ public:
 
 protected:
     TparamCurve* fParamCurve;
+    std::uint64_t fCurveSerial = 0;
     Tkeyframe* fKeyframe;
     bool fIsUndone = false;
 

@@ -56,6 +56,8 @@ public:
     void setMergeSwitch(bool on) { fFlag = on; }
 
 private:
+    // Records whose curve was deleted let go of it before anything reads it.
+    void forgetDeletedCurves();
     bool curvesAccept() const;
 };
 
