@@ -211,8 +211,11 @@ void makePicks(Tbytes& in, Tworld& world, TparamCurve& curve)
         static std::uint32_t const masks[] = {kPickKeyMask, kPickInTangentMask, kPickOutTangentMask,
                                               kPickInTangentMask | kPickOutTangentMask};
         TpickKey pick;
-        pick.create(&curve, in.below(n), TbitField32(masks[in.below(4)]), in.flag(), true);
-        world.picks()->merge(pick);
+        unsigned const index = in.below(n);
+        pick.create(&curve, index, TbitField32(masks[in.below(4)]), in.flag(), true);
+        if (!world.picks()->merge(pick)) {
+            world.picks()->insert(curve.timeValue(index), pick);
+        }
     }
 }
 

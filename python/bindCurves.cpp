@@ -283,4 +283,5 @@ void bindCurves(py::module_& module)
     bindCurveKeys(curve);
     bindCurveSettings(curve);
     bindCurveUse(curve);
+    bindEditing(module, curve);
 }

@@ -67,6 +67,56 @@ class RotationMode(enum.IntEnum):
     QUATERNION_SLERP = 4
     QUATERNION_CUBIC = 5
 
+class MoveOption(enum.IntEnum):
+    """What a move may do to the keys it does not move."""
+
+    BETWEEN_NEIGHBOURS = 0
+    REPLACE = 2
+    ANYWHERE = 5
+
+class Falloff(enum.IntEnum):
+    """How a soft-selection move fades with distance."""
+
+    LINEAR = 0
+    QUADRATIC = 1
+
+class CopyOption(enum.IntEnum):
+    """What a copy takes besides the keys inside the range."""
+
+    KEYS = 0
+    WITH_RANGE_ENDS = 1
+
+class CutOption(enum.IntEnum):
+    """What a cut does to the keys after the range."""
+
+    KEYS = 0
+    CLOSE = 1
+    JOIN = 2
+    RANGE = 3
+    RANGE_CLOSE = 4
+    RANGE_JOIN = 5
+    CLOSE_ON_KEYS = 6
+
+class PasteOption(enum.IntEnum):
+    """How pasted keys meet the keys already there."""
+
+    INSERT = 0
+    REPLACE = 2
+    MERGE = 3
+    SCALE_INSERT = 4
+    SCALE_REPLACE = 5
+    SCALE_MERGE = 6
+    FIT_INSERT = 7
+    FIT_REPLACE = 8
+    FIT_MERGE = 9
+
+class Part(enum.IntEnum):
+    """Which part of a key a selection picks."""
+
+    KEY = 0
+    IN_TANGENT = 1
+    OUT_TANGENT = 2
+
 class ChangeKind(enum.IntEnum):
     """What a change callback is told happened."""
 
@@ -333,6 +383,27 @@ class Curve:
         """A new curve with copies of the keys and settings (no callbacks, history or triple)."""
     def __copy__(self) -> Curve: ...
     def __deepcopy__(self, memo: dict[int, object]) -> Curve: ...
+    def move_keys(
+        self, keys: Sequence[Key], dt: float = 0.0, dv: float = 0.0, option: MoveOption = MoveOption.BETWEEN_NEIGHBOURS
+    ) -> None:
+        """Moves the keys by dt seconds and dv in value as one batch (breakdowns follow). ValueError when the curve refuses."""
+    def move_keys_with_falloff(
+        self, keys: Sequence[Key], grabbed: Key, dt: float = 0.0, dv: float = 0.0, falloff: Falloff = Falloff.LINEAR
+    ) -> None:
+        """A soft-selection drag: each key moves by the change weighted by its distance in time from the grabbed key."""
+    def scale_keys(
+        self,
+        keys: Sequence[Key],
+        time_scale: float,
+        time_pivot: float = 0.0,
+        value_scale: float = 1.0,
+        value_pivot: float = 0.0,
+    ) -> None:
+        """Scales the keys from the first to the last given in time about time_pivot and in value about value_pivot."""
+    def scale_region(self, old_start: _Time, old_end: _Time, new_start: _Time, new_end: _Time) -> None:
+        """Maps the keys of [old_start, old_end] onto [new_start, new_end]; the keys around shift clear."""
+    def retime(self, region: Sequence[Key], scale: float, pivot: _Time, ripple_offset: float) -> None:
+        """Scales the region's keys in time about the pivot and ripples every later key by ripple_offset seconds."""
 
 class CurveSet:
     """Named curves in order, as curve files keep them, with an undo history."""
@@ -394,3 +465,43 @@ def import_gltf(path: _Path, time_form: TimeForm = TimeForm.SECONDS) -> CurveSet
 
     The import's warnings go to the warnings module (UserWarning).
     """
+
+class Selection:
+    """Picked keys or tangents of one curve: add(), len(), keys, and | & - between selections of the same curve."""
+
+    def __init__(self, curve: Curve) -> None:
+        """An empty selection of the curve's keys."""
+    def add(self, key: Key, part: Part = Part.KEY) -> None:
+        """Picks a key, or one of its tangents; a whole-key pick takes over its tangent picks."""
+    def __len__(self) -> int: ...
+    @property
+    def keys(self) -> list[Key]:
+        """The picked keys still on the curve, in time order."""
+    @property
+    def curve(self) -> Curve:
+        """The selection's curve."""
+    def __or__(self, other: Selection) -> Selection: ...
+    def __and__(self, other: Selection) -> Selection: ...
+    def __sub__(self, other: Selection) -> Selection: ...
+
+class Clipboard:
+    """The keys of one copy or cut (a rotation triple's three curves for a channel of one), ready to paste."""
+
+    def __init__(self) -> None: ...
+    def __len__(self) -> int: ...
+    def copy(self, curve: Curve, start: _Time, end: _Time, option: CopyOption = CopyOption.KEYS) -> int:
+        """Copies the keys of [start, end]; answers the number of clipboard curves, 0 when nothing was copied."""
+    def cut(self, curve: Curve, start: _Time, end: _Time, option: CutOption = CutOption.KEYS) -> int:
+        """Copies and removes the keys of [start, end] as the option says (undoable in a modification)."""
+    def paste(
+        self,
+        curve: Curve,
+        start: _Time,
+        end: _Time | None = None,
+        option: PasteOption = PasteOption.INSERT,
+        repetitions: int = 1,
+        connect: bool = False,
+        value_offset: float = 0.0,
+        value_scale: float = 1.0,
+    ) -> int:
+        """Pastes the clipboard at start; answers the number of curves pasted. ValueError on refusal."""
