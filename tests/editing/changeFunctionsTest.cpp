@@ -76,7 +76,7 @@ TEST(Falloff, WeightsFollowTheDistance)
         falloff.addKeyframeDist(a.keyframe(), 0.0);
         falloff.addKeyframeDist(b.keyframe(), 1.0);
         falloff.addKeyframeDist(c.keyframe(), 2.0);
-        falloff.addKeyframeDist(b.keyframe(), 0.1);  // the first distance stays
+        falloff.addKeyframeDist(b.keyframe(), 0.1);           // the first distance stays
         falloff.addKeyframeDist(d.keyframe(), std::nan(""));  // ignored
         falloff.addKeyframeDist(nullptr, 9.0);                // ignored
         EXPECT_EQ(falloff.maxDistance(), 2.0);
