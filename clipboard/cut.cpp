@@ -142,7 +142,7 @@ bool TchannelCut::joinAtStart(unsigned startIndex)
     startKey->setTanOutType(outType);
     startKey->setTanOut(x, y);
     TcurveEditKit::keysChangedAround(fChannel, startIndex, true);
-    fChannel.generateDeltasForTangents(startIndex, before);
+    TcurveEditKit::recordTangentEdit(fChannel, startIndex, before);
     change.modified();
     return true;
 }

@@ -187,6 +187,23 @@ bool TparamCurve::setTangentType(unsigned index, TtangentType type, int part)
     return retypeTangents(index, [&] { setTangentTypeHelper(index, type, part); });
 }
 
+// In a modification, the sides of key `index` that changed from `before`; a
+// record goes even when neither did, to carry the tangents the change
+// re-derived around the key (a change without a record loses them).
+void TparamCurve::recordTangentEdit(unsigned index, Tkeyframe const& before)
+{
+    TcurveEditRecorder* recorder = TcurveEditKit::recorder(*this);
+    Tkeyframe const* key = keyframe(index);
+    if (recorder == nullptr || isReplaying() || key == nullptr) {
+        return;
+    }
+    unsigned const records = recorder->recordCount(pendingDelta());
+    generateDeltasForTangents(index, before);
+    if (recorder->recordCount(pendingDelta()) == records) {
+        record(recorder->tangentDragged(*this, index, true, before, *key));
+    }
+}
+
 // The types change, the tangents follow them, and in a modification the key's
 // sides are recorded from what they were (the neighbours' re-derived
 // tangents go with the change's journal, which needs a record to travel
@@ -204,14 +221,7 @@ template <class Retype> bool TparamCurve::retypeTangents(unsigned index, Retype&
     Tkeyframe const before(*key);
     retype();
     keysChangedAround(index, false);
-    TcurveEditRecorder* recorder = TcurveEditKit::recorder(*this);
-    unsigned const records = recorder != nullptr ? recorder->recordCount(pendingDelta()) : 0;
-    generateDeltasForTangents(index, before);
-    if (recorder != nullptr && !isReplaying() && recorder->recordCount(pendingDelta()) == records) {
-        // The key's own sides came out as they were; a record still goes,
-        // to carry the neighbours' re-derived tangents.
-        record(recorder->tangentDragged(*this, index, true, before, *key));
-    }
+    recordTangentEdit(index, before);
     notifyClientsOfChange(key, TparamCurveModifiedMsg::kTangentChanged);
     change.modified();
     return true;

@@ -16,6 +16,7 @@
 #include "editing/pickedKeys.h"
 #include "keelanim/curve/curveMessages.h"
 #include "keelanim/editing/pickKeyList.h"
+#include "keelanim/segments/animCurve.h"
 
 #include <algorithm>
 #include <cmath>
@@ -295,6 +296,24 @@ void finishScale(TparamCurve& curve, TrewriteSnapshot const& before, TtimeValue 
 
 // Scales the values of the keys `takes` admits about the pivot, with their
 // tangents' slopes.
+// A value scale carries the vectors a key holds; sides that a tangent rule
+// derives are derived again from the scaled values afterwards, and recorded
+// then from what they were. Scaling them here too would change them before
+// that record could see them as they were.
+void scaleHeldTangentsY(Tkeyframe& key, float factor)
+{
+    float x = 0.0f;
+    float y = 0.0f;
+    if (!T2dAnimCurve::hasTangentRule(key.tanInType())) {
+        key.getTanIn(x, y);
+        key.setTanIn(x, y * factor);
+    }
+    if (!T2dAnimCurve::hasTangentRule(key.tanOutType())) {
+        key.getTanOut(x, y);
+        key.setTanOut(x, y * factor);
+    }
+}
+
 template <class Takes> void scaleValues(TparamCurve& curve, float valueScale, double valuePivot, Takes&& takes)
 {
     if (valueScale == 1.0f) {
@@ -304,7 +323,7 @@ template <class Takes> void scaleValues(TparamCurve& curve, float valueScale, do
         Tkeyframe* key = curve.keyframe(i);
         if (takes(i)) {
             key->setValue((key->value() - valuePivot) * valueScale + valuePivot);
-            curve.scaleTangentY(key, valueScale);
+            scaleHeldTangentsY(*key, valueScale);
         }
     }
     if (curve.isStatic()) {

@@ -136,6 +136,25 @@ void T2dAnimCurve::calculateTangents(Tkeyframe const* prev, Tkeyframe* key, Tkey
     }
 }
 
+bool T2dAnimCurve::hasTangentRule(TtangentType type)
+{
+    switch (type) {
+    case kTangentLinear:
+    case kTangentFlat:
+    case kTangentSmooth:
+    case kTangentStep:
+    case kTangentStepNext:
+    case kTangentSlow:
+    case kTangentFast:
+    case kTangentOldClamped:
+    case kTangentSpline:
+    case kTangentClamped:
+    case kTangentPlateau:
+    case kTangentAuto: return true;
+    default: return false;
+    }
+}
+
 void T2dAnimCurve::runTangentRules(Tkeyframe const* prev, Tkeyframe* key, Tkeyframe const* next, TparamCurve* curve)
 {
     if (key == nullptr) {

@@ -76,6 +76,13 @@ public:
     // The key array back in time order after times were written in place;
     // false when two keys share a time.
     static bool restoreKeyOrder(TparamCurve& curve) { return curve.restoreKeyOrder(); }
+    // In a modification, records the tangent edit of key `index` from
+    // `before`, and carries the tangents the change re-derived around it
+    // even when the key's own sides came out as they were.
+    static void recordTangentEdit(TparamCurve& curve, unsigned index, Tkeyframe const& before)
+    {
+        curve.recordTangentEdit(index, before);
+    }
     // Tangents, span methods and caches of every key renewed.
     static void allKeysChanged(TparamCurve& curve) { curve.allKeysChanged(); }
     // A host time in the form the keys store it.

@@ -141,8 +141,15 @@ public:
             return;
         }
         TkeyframeHandlePtrArray handles = anyRun(curve);
-        curve.scaleTimeAndValue(handles, scales[fRandom() % std::size(scales)], float(fRandom() % 10),
-                                scales[fRandom() % std::size(scales)], double(fRandom() % 3));
+        float const timeScale = scales[fRandom() % std::size(scales)];
+        float const timePivot = float(fRandom() % 10);
+        float const valueScale = scales[fRandom() % std::size(scales)];
+        double const valuePivot = double(fRandom() % 3);
+        fTrace += "[scale " + std::to_string(handles.count()) + " keys from " +
+                  std::to_string(handles.empty() ? 0 : curve.indexOfKey(handles[0]->keyframe())) + ": " +
+                  std::to_string(timeScale) + " about " + std::to_string(timePivot) + ", values " +
+                  std::to_string(valueScale) + " about " + std::to_string(valuePivot) + "] ";
+        curve.scaleTimeAndValue(handles, timeScale, timePivot, valueScale, valuePivot);
         for (TkeyframeHandle* handle : handles) {
             delete handle;
         }

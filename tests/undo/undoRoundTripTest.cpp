@@ -150,6 +150,53 @@ TEST(UndoRegressions, SettingTheSameTangentTypesUndoesAndRedoes)
     EXPECT_EQ(curveState(*curve), after);
 }
 
+// Found by the soak: a value scale also scaled the tangents of sides whose
+// rule derives them again, before the change's journal could see them as
+// they were; undo then put back the scaled tangent of the key sitting on the
+// pivot (its value, and in the end its tangents, unchanged by the scale).
+TEST(UndoRegressions, AValueScaleLeavesDerivedTangentsToTheirRecord)
+{
+    struct Tkey {
+        int fTicks;
+        double fValue;
+        float fInX, fInY, fOutX, fOutY;
+        TtangentType fIn, fOut;
+    } const keys[] = {
+        {12250, -1.2304480393220305, 0, 0, 0.50001102f, 0.86601907f, kTangentStepNext, kTangentFast},
+        {44000, 1.0, 0, 0, 0.86608177f, 0.49990240f, kTangentStepNext, kTangentSlow},
+        {46250, -0.93247211785412709, 1, 1.50582194f, 0.50001102f, 0.86601913f, kTangentFixed, kTangentFast},
+        {53500, 2.0, 0.76597762f, -0.64286715f, 0, 0, kTangentOldClamped, kTangentStepNext},
+        {55750, -2.2613269295274159, 0.86608177f, 0.49990240f, 1, -3.51959562f, kTangentSlow, kTangentFixed},
+    };
+    TparamCurve curve(false);
+    curve.setCurveFlag(TparamCurve::kWeightedBit, false);
+    for (Tkey const& k : keys) {
+        Tkeyframe key(TanimTime::fromTicks(k.fTicks), k.fValue, k.fIn, k.fOut);
+        curve.add(key, false, true);
+    }
+    for (unsigned i = 0; i < std::size(keys); ++i) {
+        curve.keyframe(i)->setTanIn(keys[i].fInX, keys[i].fInY);
+        curve.keyframe(i)->setTanOut(keys[i].fOutX, keys[i].fOutY);
+    }
+    TkeyframeHandle k0(&curve, 0u, false);
+    TkeyframeHandle k1(&curve, 1u, false);
+    TkeyframeHandle k2(&curve, 2u, false);
+    TkeyframeHandlePtrArray handles;
+    handles.addLast(&k0);
+    handles.addLast(&k1);
+    handles.addLast(&k2);
+    std::string const before = curveState(curve);
+    TparamCurveDeltaUser user;
+    user.beginParamCurveMod(curve);
+    ASSERT_TRUE(curve.scaleTimeAndValue(handles, 1.0f, 0.0f, 3.0f, 1.0));
+    user.endParamCurveMod(curve);
+    std::string const after = curveState(curve);
+    user.undoPC();
+    EXPECT_EQ(curveState(curve), before);
+    user.redoPC();
+    EXPECT_EQ(curveState(curve), after);
+}
+
 TEST(UndoSteps, AModificationOfUnrecordedEditsMakesNoStep)
 {
     auto curve = keeltest::floatCurve({{0.0f, 0.0}, {1.0f, 1.0}, {2.0f, 0.0}});

@@ -971,6 +971,7 @@ private:
     void registerLive();
     void unregisterLive();
     template <class Retype> bool retypeTangents(unsigned index, Retype&& retype);
+    void recordTangentEdit(unsigned index, Tkeyframe const& before);
     // evaluate() where a span's arithmetic overflowed (see the source).
     double evaluateNearTheLimit(TtimeValue const& time);
     // Recomputes keys from..to except `keep`, and the plateau keys the

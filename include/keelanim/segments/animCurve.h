@@ -117,6 +117,10 @@ public:
     {
         return weighted ? kInterpolatorBezier : kInterpolatorHermite;
     }
+    // Whether a tangent rule derives the side's vector from the keys (true
+    // for linear, flat, step and the smooth and clamped families); fixed,
+    // segment-selecting and plug-in sides keep the vector they hold.
+    static bool hasTangentRule(TtangentType type);
     // A key's tangent type on one side as every segment rule reads it:
     // step for blocking-mode tick keys while no file is written.
     static TtangentType effectiveTanInType(Tkeyframe const& key) { return key.tanInType(); }
