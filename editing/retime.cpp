@@ -277,5 +277,12 @@ bool TparamCurve::retimeRegions(TpickKeyList const& regionA, TpickKeyList const&
         applyRetimeDistanceCache(distances);
     }
     flushRetimeDistanceCache(distances);
+    // The moves and scales of a retime each renew the spans around the keys
+    // they touch; a key whose neighbours several of them changed could keep
+    // a method its types no longer ask for, which a redo would not rebuild.
+    // Every span takes the method its keys' types ask for now.
+    for (unsigned i = 0; i < keyframeCountAll(); ++i) {
+        setSpanInterpMethod(i);
+    }
     return true;
 }

@@ -18,6 +18,9 @@ namespace {
 
 // KEEL_FUZZ_TRACE=1 prints each call's kind, curve and variant, for triage.
 bool const gTrace = std::getenv("KEEL_FUZZ_TRACE") != nullptr;
+// KEEL_FUZZ_EACH_CALL=1 makes every call an undo step of its own and checks
+// its undo and redo at once: which call breaks a failing step, for triage.
+bool const gEachCall = std::getenv("KEEL_FUZZ_EACH_CALL") != nullptr;
 
 // The variant of a call, read from the input (and printed when tracing).
 unsigned variant(unsigned choice)
@@ -487,6 +490,22 @@ void checkCurve(TparamCurve& curve, char const* after)
     static_cast<void>(curve.evaluate(TtimeValue(std::numeric_limits<float>::quiet_NaN())));
 }
 
+// Undoes and redoes the step of the last call, which must give back the
+// curves before it and after it.
+void checkLastCall(Tworld& world, char const* op)
+{
+    world.closeStep();
+    std::string const after = world.state();
+    world.steps().back()->undoPC();
+    std::string const undone = world.state();
+    world.steps().back()->redoPC();
+    if (world.state() != after) {
+        broke(op, "redo of this call alone differs\nafter:\n" + after + "redone:\n" + world.state());
+    }
+    static_cast<void>(undone);
+    world.openStep();
+}
+
 char const* const kOpNames[] = {
     "key edit",  "tangent edit", "move",       "scale",      "change-function move", "retime",
     "clipboard", "rotation",     "evaluation", "curve lock", "step boundary",        "undo and redo of the last step"};
@@ -540,6 +559,9 @@ void runFuzzInput(std::uint8_t const* data, std::size_t size)
             std::fprintf(stderr, "%s", world.state().c_str());
         }
         readHandles(world);
+        if (gEachCall) {
+            checkLastCall(world, kOpNames[op]);
+        }
     }
     world.closeStep();
     for (unsigned c = 0; c < world.count(); ++c) {
