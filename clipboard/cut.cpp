@@ -138,7 +138,7 @@ bool TchannelCut::joinAtStart(unsigned startIndex)
     if (!change.open()) {
         return true;
     }
-    Tkeyframe const before(*startKey);
+    Tkeyframe const before = TcurveEditKit::keyAsTheChangeFoundIt(fChannel, *startKey);
     startKey->setTanOutType(outType);
     startKey->setTanOut(x, y);
     TcurveEditKit::keysChangedAround(fChannel, startIndex, true);

@@ -84,10 +84,26 @@ void TparamCurve::closeTangentJournal()
     TcurveEditRecorder* recorder = TcurveEditRecorder::installed();
     if (journal != nullptr && !journal->empty() && recorder != nullptr && isMod() &&
         recorder->recordCount(pendingDelta()) > fRecordsBeforeChange) {
+        journal->settle([this](Tkeyframe const* key) { return indexOfKey(key) != kArrayFailure; });
         recorder->attachTangents(pendingDelta(), journal);
         return;
     }
     delete journal;
+}
+
+// A record made later in the change must undo the key to where the change
+// found it: the journal's "before" is undone before the record is (last
+// record first), so a record that remembered the re-derived tangents would
+// put them back over it.
+Tkeyframe TparamCurve::keyAsTheChangeFoundIt(Tkeyframe const& key) const
+{
+    Tkeyframe found(key);
+    TkeyTangents before;
+    if (fTangentJournal != nullptr && fTangentJournal->find(&key, before)) {
+        found.setTanIn(before.fInX, before.fInY);
+        found.setTanOut(before.fOutX, before.fOutY);
+    }
+    return found;
 }
 
 TparamCurve::TreplayScope::TreplayScope()

@@ -218,7 +218,7 @@ template <class Retype> bool TparamCurve::retypeTangents(unsigned index, Retype&
     if (!change.open()) {
         return false;
     }
-    Tkeyframe const before(*key);
+    Tkeyframe const before = keyAsTheChangeFoundIt(*key);
     retype();
     keysChangedAround(index, false);
     recordTangentEdit(index, before);

@@ -3,6 +3,7 @@
 
 #include "keelanim/editing/moveKeyData.h"
 
+#include "curve/detail/editKit.h"
 #include "editing/keyMoveSession.h"
 #include "keelanim/curve/paramCurve.h"
 #include "keelanim/keys/keyframe.h"
@@ -209,7 +210,7 @@ TrewriteSnapshot::TrewriteSnapshot(TparamCurve const& curve, unsigned first, uns
 {
     for (unsigned i = first; i <= last && i < curve.keyframeCountAll(); ++i) {
         Tkeyframe* key = curve.keyframe(i);
-        fKeys.push_back({key, *key, Tkeyframe()});
+        fKeys.push_back({key, TcurveEditKit::keyAsTheChangeFoundIt(curve, *key), Tkeyframe()});
     }
 }
 

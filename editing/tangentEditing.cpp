@@ -202,7 +202,7 @@ void recordSide(TparamCurve& curve, unsigned index, bool in, Tkeyframe const& be
 void dragThroughSegment(TparamCurve& curve, unsigned index, float x, float y, bool in)
 {
     Tkeyframe* key = curve.keyframe(index);
-    Tkeyframe const before(*key);
+    Tkeyframe const before = TcurveEditKit::keyAsTheChangeFoundIt(curve, *key);
     in ? curve.setTanIn(key, x, y) : curve.setTanOut(key, x, y);
     if (!Tkeyframe::isTangentTypeLocked(sideType(*key, in))) {
         curve.setTangentTypeHelper(index, kTangentFixed, sidePart(in));

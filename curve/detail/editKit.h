@@ -83,6 +83,12 @@ public:
     {
         curve.recordTangentEdit(index, before);
     }
+    // A copy of `key` as the open change found it, for a record's "before":
+    // tangents the change re-derived earlier are as they were.
+    static Tkeyframe keyAsTheChangeFoundIt(TparamCurve const& curve, Tkeyframe const& key)
+    {
+        return curve.keyAsTheChangeFoundIt(key);
+    }
     // Tangents, span methods and caches of every key renewed.
     static void allKeysChanged(TparamCurve& curve) { curve.allKeysChanged(); }
     // A host time in the form the keys store it.

@@ -4,6 +4,7 @@
 #include "keelanim/curve/paramCurveEnums.h"
 #include "keelanim/keys/keyframe.h"
 
+#include <algorithm>
 #include <vector>
 
 class Tdelta;
@@ -30,10 +31,11 @@ struct TkeyTangents {
     }
 };
 
-// The tangents that one outermost change re-derived from the tangent types,
-// before and after, in the order the keys were first touched. Replaying a
-// step does not re-derive tangents: the record made last in the change
-// carries these and puts them back.
+// The keys whose tangents one outermost change re-derived from the tangent
+// types, in the order they were first touched: their tangents before the
+// first re-derivation, and as the change left them. Replaying a step does not
+// re-derive tangents: the record made last in the change carries these and
+// puts them back.
 class TtangentJournal {
 public:
     struct Tentry {
@@ -60,23 +62,47 @@ public:
             note(entry.fKey, entry.fBefore, entry.fAfter);
         }
     }
+    // A key's first "before" (false when the key is not in the journal).
+    bool find(Tkeyframe const* key, TkeyTangents& before) const
+    {
+        auto const entry = locate(key);
+        if (entry == fEntries.end()) {
+            return false;
+        }
+        before = entry->fBefore;
+        return true;
+    }
     // Takes a key out of the journal, answering its first "before" (false
     // when the key is not in it).
     bool take(Tkeyframe const* key, TkeyTangents& before)
     {
-        for (auto entry = fEntries.begin(); entry != fEntries.end(); ++entry) {
-            if (entry->fKey == key) {
-                before = entry->fBefore;
-                fEntries.erase(entry);
-                return true;
+        if (!find(key, before)) {
+            return false;
+        }
+        fEntries.erase(locate(key));
+        return true;
+    }
+    // Takes each "after" from its key as it stands now, for the keys
+    // `onCurve` accepts. A record made later in the same change (a drag of a
+    // key re-derived earlier) may rewrite a journaled key, and redo must end
+    // where the change ended, not where the re-derivation left the key.
+    template <class OnCurve> void settle(OnCurve&& onCurve)
+    {
+        for (Tentry& entry : fEntries) {
+            if (onCurve(entry.fKey)) {
+                entry.fAfter = TkeyTangents::of(*entry.fKey);
             }
         }
-        return false;
     }
     bool empty() const { return fEntries.empty(); }
     std::vector<Tentry> const& entries() const { return fEntries; }
 
 private:
+    std::vector<Tentry>::const_iterator locate(Tkeyframe const* key) const
+    {
+        return std::find_if(fEntries.begin(), fEntries.end(), [key](Tentry const& entry) { return entry.fKey == key; });
+    }
+
     std::vector<Tentry> fEntries;
 };
 

@@ -197,6 +197,37 @@ TEST(UndoRegressions, AValueScaleLeavesDerivedTangentsToTheirRecord)
     EXPECT_EQ(curveState(curve), after);
 }
 
+// Found by fuzzing: a picked edit re-derived a later key's stale computed
+// side, then dragged that key itself; the re-derived tangents went into the
+// change's journal as they stood before the drag, and redo put them back over
+// it.
+TEST(UndoRegressions, AKeyReDerivedThenDraggedInOneChangeRedoesToTheDrag)
+{
+    for (TtangentType type : {kTangentLinear, kTangentSpline, kTangentClamped, kTangentFlat}) {
+        auto curve = keeltest::floatCurve({{0.0f, 1.0f}, {1.0f, 3.0f}, {2.5f, 2.0f}});
+        curve->setTangentType(2, type, kTangentFixed);
+        curve->keyframe(2)->setTanIn(1.0f, 5.0f);  // stale: its rule makes another vector
+        TpickKeyDictionary picks;
+        for (unsigned index : {1u, 2u}) {
+            TpickKey key;
+            ASSERT_EQ(key.create(curve.get(), index, TbitField32(kPickInTangentMask | kPickOutTangentMask), false,
+                                 true),
+                      0);
+            picks.insert(curve->timeValue(index), key);
+        }
+        std::string const before = curveState(*curve);
+        TparamCurveDeltaUser user;
+        user.beginParamCurveMod(*curve);
+        ASSERT_TRUE(curve->adjustTangents(picks, 1e-5f, 1.0f, 1.0f, 1.0f)) << "type " << type;
+        user.endParamCurveMod(*curve);
+        std::string const after = curveState(*curve);
+        user.undoPC();
+        EXPECT_EQ(curveState(*curve), before) << "type " << type;
+        user.redoPC();
+        EXPECT_EQ(curveState(*curve), after) << "type " << type;
+    }
+}
+
 TEST(UndoSteps, AModificationOfUnrecordedEditsMakesNoStep)
 {
     auto curve = keeltest::floatCurve({{0.0f, 0.0}, {1.0f, 1.0}, {2.0f, 0.0}});

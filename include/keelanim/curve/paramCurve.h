@@ -966,6 +966,9 @@ private:
     // last record the change made.
     void openTangentJournal();
     void closeTangentJournal();
+    // Key `key` as the open change found it: with the tangents it had before
+    // the change first re-derived them, if it did.
+    Tkeyframe keyAsTheChangeFoundIt(Tkeyframe const& key) const;
     bool setKeyFlag(unsigned index, unsigned mask, Tkeyframe::TflagBit bit, bool on, int kind);
     bool readsNeighbourTangents(unsigned index) const;
     void registerLive();
