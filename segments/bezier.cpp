@@ -168,9 +168,27 @@ void T2dBezier::create(TparamCurve*, unsigned, double x0, double y0, double& x1,
     storeControls(x0, y0, x1, y1, x2, y2, x3, y3);
     bezierToPower(0.0, a, b, 1.0, fInput);
     bezierToPower(y0, y1, y2, y3, fValue);
+    fMonotonicInput = inputNeverFalls();
 }
 
 // --- Solving and evaluating ----------------------------------------------------------------------
+
+// Whether X(u) never falls on [0, 1]: its derivative, a quadratic, is not
+// negative at either end nor at its turning point when that lies inside.
+bool T2dBezier::inputNeverFalls() const
+{
+    double const c1 = fInput[1];
+    double const c2 = 2.0 * fInput[2];
+    double const c3 = 3.0 * fInput[3];
+    double lowest = std::min(c1, c1 + c2 + c3);
+    if (c3 != 0.0) {
+        double const turn = -c2 / (2.0 * c3);
+        if (turn > 0.0 && turn < 1.0) {
+            lowest = std::min(lowest, (c3 * turn + c2) * turn + c1);
+        }
+    }
+    return lowest >= 0.0;
+}
 
 double T2dBezier::findParmAt(double x) const
 {
@@ -185,6 +203,51 @@ double T2dBezier::findParmAt(double x) const
     if (fLinearInput) {
         return u0;
     }
+    double root = 0.0;
+    return fMonotonicInput && u0 > 0.0 && u0 < 1.0 && newtonRoot(u0, root) ? root : rootBySearch(u0);
+}
+
+// X(u) = u0 on a span whose X never falls, from the guess u = u0: Newton
+// steps kept inside the bracket [lo, hi] that holds the root (bisection when
+// a step would leave it), converged as rootBySearch converges, when a step
+// or half the bracket is within two machine epsilons of the estimate
+// (relative), or X(u) = u0 exactly. False when the steps run out, which
+// leaves the answer to rootBySearch.
+bool T2dBezier::newtonRoot(double u0, double& root) const
+{
+    constexpr int kMaxSteps = 60;
+    double const tolerance = 2.0 * sMachineEpsilon;
+    double const c0 = fInput[0] - u0;
+    double lo = 0.0;
+    double hi = 1.0;
+    double u = u0;
+    for (int step = 0; step < kMaxSteps; ++step) {
+        double const f = ((fInput[3] * u + fInput[2]) * u + fInput[1]) * u + c0;
+        if (f == 0.0) {
+            root = u;
+            return true;
+        }
+        (f < 0.0 ? lo : hi) = u;
+        double const slope = (3.0 * fInput[3] * u + 2.0 * fInput[2]) * u + fInput[1];
+        double next = slope > 0.0 ? u - f / slope : lo;
+        if (!(next > lo && next < hi)) {
+            next = 0.5 * (lo + hi);
+        }
+        if (std::fabs(next - u) <= tolerance * std::fabs(next) || 0.5 * (hi - lo) <= tolerance * std::fabs(next)) {
+            root = next;
+            return true;
+        }
+        u = next;
+    }
+    return false;
+}
+
+// The general solver, for inputs that may turn back: every root of
+// X(u) = u0 in [0, 1] (the derivative's roots split the interval, Brent's
+// method refines each sign change); the root when there is exactly one,
+// else 0.
+double T2dBezier::rootBySearch(double u0) const
+{
     double const epsilon4 = 4.0 * sMachineEpsilon;
     double coefficients[4] = {fInput[0] - u0, fInput[1], fInput[2], fInput[3]};
     double const scale = std::fabs(coefficients[0]) + std::fabs(coefficients[1]) + std::fabs(coefficients[2]) +

@@ -9,7 +9,11 @@
 // create() keeps X(u) monotonic by moving handles that reach past the span or
 // past each other; `adjust` says which handle yields (true: the second).
 // When the handles sit at the thirds of the span in input, X(u) = u and no
-// solving is needed (linearInput). Solving uses no heap memory.
+// solving is needed (linearInput). Otherwise X(u) = x is solved by Newton
+// steps guarded by a bracket of the root, refined until a step or the
+// bracket is within two machine epsilons of the root (relative); an input
+// that turns back within the span falls to a search of every root. Solving
+// uses no heap memory.
 class KEEL_API T2dBezier : public T2dAnimCurve {
 public:
     explicit T2dBezier(bool floatInput);
@@ -69,8 +73,14 @@ private:
         double fHandles[8];
     };
     Tsplit split(double x) const;
+    bool inputNeverFalls() const;
+    bool newtonRoot(double u0, double& root) const;
+    double rootBySearch(double u0) const;
 
     double fInput[4] = {0, 1, 0, 0};  // X(u), constant term first
     double fValue[4] = {0, 0, 0, 0};  // Y(u), constant term first
     bool fLinearInput = false;
+    // X(u) never falls on [0, 1] (what create() keeps to): one root, found
+    // by guarded Newton steps.
+    bool fMonotonicInput = false;
 };
