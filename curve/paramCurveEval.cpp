@@ -73,6 +73,7 @@ bool TparamCurve::evaluatedAtKey(unsigned index, float seconds, double& value)
 
 void TparamCurve::invalidateCache(int index)
 {
+    ++fEvaluationEdits;
     evaluator().invalidate(*this, index);
     if (isRotationCurve()) {
         dirtyQuaternionEulerCache(index);

@@ -4,6 +4,7 @@
 #include "curve/detail/curveEvaluator.h"
 
 #include "curve/detail/rotationHook.h"
+#include "keelanim/curve/evalCursor.h"
 
 #include "keelanim/base/numeric.h"
 #include "keelanim/segments/animCurve.h"
@@ -12,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <mutex>
 
 TcurveEvaluator::~TcurveEvaluator()
 {
@@ -67,22 +69,20 @@ TcurveEvaluator::TevalTime TcurveEvaluator::evalTime(TparamCurve const& curve, T
 {
     unsigned const count = curve.arrayCount();
     if (curve.fPreInfinity != TparamCurveEnums::kConstant && count > 0 && compareWithKey(curve, time, 0) < 0) {
-        return curve.evaluator().evaluateInfinities(curve, time.fSeconds, true);
+        return evaluateInfinities(curve, time.fSeconds, true);
     }
     if (count == 0) {
         return 0.0;
     }
     if (curve.fPostInfinity != TparamCurveEnums::kConstant && compareWithKey(curve, time, count - 1) > 0) {
-        return curve.evaluator().evaluateInfinities(curve, time.fSeconds, false);
+        return evaluateInfinities(curve, time.fSeconds, false);
     }
     if (curve.isStatic()) {
         return curve.value(0);
     }
-    return curve.evaluator().evaluateBetweenKeys(curve, time, count);
+    return evaluateBetweenKeys(curve, time, count);
 }
 
-// Static, and reading the evaluator only through the curve: the common paths
-// then address everything from the one curve pointer.
 double TcurveEvaluator::evaluateRules(TparamCurve& curve, TevalTime time)
 {
     if (std::isnan(time.fSeconds)) {
@@ -91,7 +91,7 @@ double TcurveEvaluator::evaluateRules(TparamCurve& curve, TevalTime time)
     // One compare on the common path: the mode is set on rotation channels.
     if (curve.fRotationInterpolation >= TparamCurveEnums::kQuaternionTangentDependent) [[unlikely]] {
         if (curve.isRotationCurve() && TrotationHook::fsEulerComponent != nullptr) {
-            return curve.evaluator().evaluateAsRotation(curve, time);
+            return evaluateAsRotation(curve, time);
         }
     }
     return evaluateOwnRules(curve, time);
@@ -565,6 +565,20 @@ void TcurveEvaluator::spanControls(TspanKeys const& span, double c[8])
     c[5] = c[7] - ty * kOneThird;
 }
 
+namespace {
+
+// Rotation channels in a quaternion mode fill the Euler caches of their
+// triple and evaluate their siblings: cursors take turns on them.
+std::mutex sSharedRotationLock;
+
+// Values as evaluate() answers them: a finite time is owed a finite value.
+template <class Evaluate> double finiteForFiniteTime(double value, double seconds, Evaluate&& nearTheLimit)
+{
+    return std::isfinite(value) || !std::isfinite(seconds) ? value : nearTheLimit();
+}
+
+}  // namespace
+
 // --- The curve's entry points ------------------------------------------------------------
 // Kept with the evaluator so that the full rules can be inlined into them.
 
@@ -574,13 +588,77 @@ double TparamCurve::evaluate(TtimeValue const& time)
     double const value = curveEvaluator.evaluate(*this, curveEvaluator.evalTime(*this, time));
     // Only a finite time is owed a finite value (a linear infinity at an
     // infinite time is infinite).
-    return std::isfinite(value) || !std::isfinite(time.seconds()) ? value : evaluateNearTheLimit(time);
+    return finiteForFiniteTime(value, time.seconds(), [&] { return evaluateNearTheLimit(time); });
 }
 
 double TparamCurve::evaluate(float seconds)
 {
     double const value = evaluator().evaluate(*this, TcurveEvaluator::TevalTime{seconds, 0, false});
-    return std::isfinite(value) || !std::isfinite(seconds) ? value : evaluateNearTheLimit(TtimeValue(seconds));
+    return finiteForFiniteTime(value, seconds, [&] { return evaluateNearTheLimit(TtimeValue(seconds)); });
+}
+
+bool TparamCurve::evaluate(std::span<TtimeValue const> times, std::span<double> values)
+{
+    if (values.size() < times.size()) {
+        return false;
+    }
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        values[i] = evaluate(times[i]);
+    }
+    return true;
+}
+
+bool TparamCurve::evaluate(std::span<float const> seconds, std::span<double> values)
+{
+    if (values.size() < seconds.size()) {
+        return false;
+    }
+    for (std::size_t i = 0; i < seconds.size(); ++i) {
+        values[i] = evaluate(seconds[i]);
+    }
+    return true;
+}
+
+bool TparamCurve::evaluate(std::span<TparamCurve* const> curves, TtimeValue const& time, std::span<double> values)
+{
+    if (values.size() < curves.size()) {
+        return false;
+    }
+    for (std::size_t i = 0; i < curves.size(); ++i) {
+        values[i] = curves[i] != nullptr ? curves[i]->evaluate(time) : 0.0;
+    }
+    return true;
+}
+
+// The cursor's evaluator does what the curve's own does, on the cursor's
+// state: nothing of the curve is written. (The near-limit fallback
+// evaluates a scaled copy of the curve.)
+double TparamCurve::evaluate(TtimeValue const& time, TevalCursor& cursor) const
+{
+    auto& curve = const_cast<TparamCurve&>(*this);
+    TcurveEvaluator& cursorEvaluator = cursor.boundTo(*this);
+    std::unique_lock<std::mutex> turn(sSharedRotationLock, std::defer_lock);
+    if (fRotationInterpolation >= TparamCurveEnums::kQuaternionTangentDependent && isRotationCurve()) {
+        turn.lock();
+    }
+    double const value = cursorEvaluator.evaluate(curve, cursorEvaluator.evalTime(curve, time));
+    return finiteForFiniteTime(value, time.seconds(), [&] { return curve.evaluateNearTheLimit(time); });
+}
+
+double TparamCurve::evaluate(float seconds, TevalCursor& cursor) const
+{
+    return evaluate(TtimeValue(seconds), cursor);
+}
+
+bool TparamCurve::evaluate(std::span<TtimeValue const> times, std::span<double> values, TevalCursor& cursor) const
+{
+    if (values.size() < times.size()) {
+        return false;
+    }
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        values[i] = evaluate(times[i], cursor);
+    }
+    return true;
 }
 
 bool TparamCurve::evaluate(unsigned index, double* value, double* outSlope)

@@ -111,9 +111,9 @@ private:
         return TspanKeys{lo, first, second, curve.hostSeconds(first), curve.hostSeconds(second)};
     }
     static int compareWithKey(TparamCurve const& curve, TevalTime time, unsigned index);
-    static double evaluateRules(TparamCurve& curve, TevalTime time);
+    double evaluateRules(TparamCurve& curve, TevalTime time);
     [[gnu::noinline]] double evaluateAsRotation(TparamCurve& curve, TevalTime time);
-    static double evaluateOwnRules(TparamCurve& curve, TevalTime time);
+    double evaluateOwnRules(TparamCurve& curve, TevalTime time);
     [[gnu::noinline]] double evaluateBetweenKeys(TparamCurve& curve, TevalTime time, unsigned count);
     [[gnu::noinline]] static double linearInfinityValue(TparamCurve const& curve, double seconds, bool pre,
                                                         double first, double end);

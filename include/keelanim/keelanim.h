@@ -33,6 +33,7 @@
 
 #include "keelanim/clipboard/clipboard.h"
 #include "keelanim/curve/curveMessages.h"
+#include "keelanim/curve/evalCursor.h"
 #include "keelanim/curve/msgDepot.h"
 #include "keelanim/curve/paramCurve.h"
 #include "keelanim/curve/paramCurveEnums.h"

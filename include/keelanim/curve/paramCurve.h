@@ -13,11 +13,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 class T2dAnimCurve;
 class Tangle;
 class TcurveEditKit;
 class TcurveEvaluator;
+class TevalCursor;
 class TdebugOutput;
 class TkeyframeHandle;
 class TparamCurveMsgDepot;
@@ -213,6 +215,22 @@ public:
     // The value at key `index` (and the slope of its out-tangent); false for
     // a bad index.
     bool evaluate(unsigned index, double* value, double* outSlope);
+    // The values at many times, into `values` (values[i] for times[i]). The
+    // times may come in any order; increasing ones are answered as a sweep,
+    // from the span of the one before. False, writing nothing, when `values`
+    // is shorter than the times.
+    bool evaluate(std::span<TtimeValue const> times, std::span<double> values);
+    bool evaluate(std::span<float const> seconds, std::span<double> values);
+    // The values of many curves at one time, into `values`; a null curve
+    // answers 0. False, writing nothing, when `values` is shorter.
+    static bool evaluate(std::span<TparamCurve* const> curves, TtimeValue const& time, std::span<double> values);
+    // The same evaluations through a caller's cursor (keelanim/curve/
+    // evalCursor.h), which keeps what the curve's own evaluate() keeps in
+    // the curve: the curve is only read, so several threads may evaluate it
+    // at once, each with its own cursor. The values are those of evaluate().
+    double evaluate(TtimeValue const& time, TevalCursor& cursor) const;
+    double evaluate(float seconds, TevalCursor& cursor) const;
+    bool evaluate(std::span<TtimeValue const> times, std::span<double> values, TevalCursor& cursor) const;
     // The value beyond the keys: before the first key when `pre`, else after
     // the last, by the pre- or post-infinity type.
     double evaluateInfinities(TtimeValue const& time, bool pre);
@@ -934,6 +952,7 @@ public:
 private:
     friend class TcurveEditKit;
     friend class TcurveEvaluator;
+    friend class TevalCursor;
 
     // Storage helpers shared by the edits.
     unsigned arrayCount() const { return fTickKeys != nullptr ? fTickKeys->count() : fFloatKeys->count(); }
@@ -1036,6 +1055,9 @@ private:
     // Keys deleted without an add/delete message / without a record.
     unsigned fSilentKeyDrops = 0;
     std::uint64_t fLiveSerial = 0;
+    // Counts invalidateCache() calls: cursors that served the curve before
+    // the last one start afresh.
+    std::uint64_t fEvaluationEdits = 0;
     unsigned fUnrecordedDeletions = 0;
     T2dAnimCurve* fTangentSegment = nullptr;
     // What an edit in progress keeps between calls (a move's keys, the
