@@ -4,6 +4,7 @@
 
 #include <keelanim/keelanim.h>
 
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <cstdio>
@@ -12,6 +13,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -38,13 +40,24 @@ unsigned variant(unsigned choice)
 }
 
 // The input read as a stream of choices; past its end every choice is 0.
+// Reads happen in statement order, or left to right inside braces: C++
+// leaves the order of function arguments open (clang and GCC differ), and
+// the corpus must mean the same to the fuzzer and to the replay.
 class Tbytes {
 public:
     Tbytes(std::uint8_t const* data, std::size_t size) : fData(data), fSize(size) {}
 
     bool more() const { return fAt < fSize; }
     unsigned byte() { return fAt < fSize ? fData[fAt++] : 0u; }
-    unsigned below(unsigned n) { return n == 0 ? 0 : (byte() | (byte() << 8)) % n; }
+    unsigned below(unsigned n)
+    {
+        if (n == 0) {
+            return 0;
+        }
+        unsigned const low = byte();
+        unsigned const high = byte();
+        return (low | (high << 8)) % n;
+    }
     bool flag() { return (byte() & 1u) != 0; }
     // Mostly a plain number in [-128, 128) in steps of 1/256, sometimes
     // one of the numbers that break careless arithmetic.
@@ -66,8 +79,9 @@ public:
         if (kind < 20) {
             return odd[kind % std::size(odd)];
         }
-        auto const raw = static_cast<std::int16_t>((byte() << 8) | byte());
-        return raw / 256.0;
+        unsigned const high = byte();
+        unsigned const low = byte();
+        return static_cast<std::int16_t>((high << 8) | low) / 256.0;
     }
     // A number that is mostly small and sane, for times and scales.
     double modest() { return byte() < 16 ? number() : double(static_cast<std::int8_t>(byte())) / 8.0; }
@@ -88,6 +102,8 @@ TtangentType anyType(Tbytes& in)
     unsigned const pick = in.byte();
     return pick < 240 ? types[pick % std::size(types)] : static_cast<TtangentType>(int(pick) - 200);
 }
+
+constexpr unsigned kMaxSessionKeys = 512;
 
 // Curves of both forms and a rotation triple, with the handles, picks and
 // clipboard a host keeps around them, and the undo steps made so far.
@@ -115,6 +131,14 @@ public:
     }
 
     unsigned count() const { return unsigned(fCurves.size()); }
+    // Whether a curve has grown past what a session keeps working on: a
+    // paste or an infinity copy can make thousands of keys, and every later
+    // call, check and undo would then pay for them.
+    bool overgrown() const
+    {
+        return std::any_of(fCurves.begin(), fCurves.end(),
+                           [](auto const& c) { return c->keyframeCountAll() > kMaxSessionKeys; });
+    }
     TparamCurve& curve(unsigned i) { return *fCurves[i % fCurves.size()]; }
     TrotationTriple& triple() { return *fTriple; }
     std::vector<std::unique_ptr<TkeyframeHandle>>& handles() { return fHandles; }
@@ -171,12 +195,23 @@ TtimeValue anyTime(Tbytes& in, TparamCurve const& curve)
     return curve.isFloatCurve() ? TtimeValue(float(seconds)) : TtimeValue(TanimTime(seconds, kSeconds));
 }
 
+// The first time read minus the second.
+TtimeValue timeDifference(Tbytes& in, TparamCurve const& curve)
+{
+    TtimeValue const first = anyTime(in, curve);
+    TtimeValue const second = anyTime(in, curve);
+    return first - second;
+}
+
 Tkeyframe anyKey(Tbytes& in, TparamCurve const& curve)
 {
     TtimeValue const time = anyTime(in, curve);
-    Tkeyframe key(time, in.number(), anyType(in), anyType(in));
-    key.setTanIn(float(in.number()), float(in.number()));
-    key.setTanOut(float(in.number()), float(in.number()));
+    auto const [value, inType, outType] = std::tuple{in.number(), anyType(in), anyType(in)};
+    Tkeyframe key(time, value, inType, outType);
+    auto const [inX, inY, outX, outY] =
+        std::tuple{float(in.number()), float(in.number()), float(in.number()), float(in.number())};
+    key.setTanIn(inX, inY);
+    key.setTanOut(outX, outY);
     key.setBreakdown(in.byte() < 24);
     return key;
 }
@@ -214,8 +249,8 @@ void makePicks(Tbytes& in, Tworld& world, TparamCurve& curve)
         static std::uint32_t const masks[] = {kPickKeyMask, kPickInTangentMask, kPickOutTangentMask,
                                               kPickInTangentMask | kPickOutTangentMask};
         TpickKey pick;
-        unsigned const index = in.below(n);
-        pick.create(&curve, index, TbitField32(masks[in.below(4)]), in.flag(), true);
+        auto const [index, mask, inactive] = std::tuple{in.below(n), masks[in.below(4)], in.flag()};
+        pick.create(&curve, index, TbitField32(mask), inactive, true);
         if (!world.picks()->merge(pick)) {
             world.picks()->insert(curve.timeValue(index), pick);
         }
@@ -238,7 +273,7 @@ void moveOp(Tbytes& in, Tworld& world, TparamCurve& curve)
         TkeyframeHandlePtrArray run = anyRun(in, world, curve);
         TtimeValueArray newTimes, oldTimes;
         TdoubleArray newValues, oldValues;
-        TtimeValue const offset = anyTime(in, curve) - anyTime(in, curve);
+        TtimeValue const offset = timeDifference(in, curve);
         for (TkeyframeHandle* handle : run) {
             newTimes.addLast(handle->timeValue() + offset);
             newValues.addLast(handle->value() + in.modest());
@@ -248,8 +283,16 @@ void moveOp(Tbytes& in, Tworld& world, TparamCurve& curve)
         curve.endMoveKeys();
         break;
     }
-    case 1: curve.moveKeyframe(anyIndex(in, curve), anyTime(in, curve), in.number(), option, true); break;
-    case 2: curve.moveKeyframeInValue(anyIndex(in, curve), in.number(), in.number()); break;
+    case 1: {
+        auto const [index, time, value] = std::tuple{anyIndex(in, curve), anyTime(in, curve), in.number()};
+        curve.moveKeyframe(index, time, value, option, true);
+        break;
+    }
+    case 2: {
+        auto const [index, value, second] = std::tuple{anyIndex(in, curve), in.number(), in.number()};
+        curve.moveKeyframeInValue(index, value, second);
+        break;
+    }
     default: {
         TkeyframeHandlePtrArray run = anyRun(in, world, curve);
         TtimeValueArray newTimes, replaced;
@@ -265,19 +308,26 @@ void moveOp(Tbytes& in, Tworld& world, TparamCurve& curve)
 void scaleOp(Tbytes& in, Tworld& world, TparamCurve& curve)
 {
     switch (variant(in.below(3))) {
-    case 0:
-        curve.scaleRegion(anyTime(in, curve), anyTime(in, curve), anyTime(in, curve), anyTime(in, curve),
-                          anyTime(in, curve));
-        break;
-    case 1: {
-        TkeyframeHandlePtrArray run = anyRun(in, world, curve);
-        curve.scaleTimeAndValue(run, float(in.modest()), float(in.modest()), float(in.modest()), in.modest());
+    case 0: {
+        auto const [start, end, newStart, newEnd, pivot] = std::tuple{
+            anyTime(in, curve), anyTime(in, curve), anyTime(in, curve), anyTime(in, curve), anyTime(in, curve)};
+        curve.scaleRegion(start, end, newStart, newEnd, pivot);
         break;
     }
-    default:
-        curve.scaleTimeAndValue(picksOn(in, world, curve), float(in.modest()), anyTime(in, curve), float(in.modest()),
-                                in.modest(), in.flag(), in.flag());
+    case 1: {
+        TkeyframeHandlePtrArray run = anyRun(in, world, curve);
+        auto const [timeScale, timePivot, valueScale, valuePivot] =
+            std::tuple{float(in.modest()), float(in.modest()), float(in.modest()), in.modest()};
+        curve.scaleTimeAndValue(run, timeScale, timePivot, valueScale, valuePivot);
         break;
+    }
+    default: {
+        TpickKeyList const& picks = picksOn(in, world, curve);
+        auto const [timeScale, timePivot, valueScale, valuePivot, liveOnly, followBreakdowns] =
+            std::tuple{float(in.modest()), anyTime(in, curve), float(in.modest()), in.modest(), in.flag(), in.flag()};
+        curve.scaleTimeAndValue(picks, timeScale, timePivot, valueScale, valuePivot, liveOnly, followBreakdowns);
+        break;
+    }
     }
 }
 
@@ -289,7 +339,7 @@ void changeFunctionOp(Tbytes& in, Tworld& world, TparamCurve& curve)
     curve.beginMoveKeys(run);
     if (in.flag()) {
         TfalloffFn falloff;
-        falloff.setTimeChange(anyTime(in, curve) - anyTime(in, curve));
+        falloff.setTimeChange(timeDifference(in, curve));
         falloff.setValueChange(in.number());
         falloff.setFalloffType(static_cast<TfalloffFn::TfalloffFnType>(in.below(3)));
         if (in.flag()) {
@@ -312,7 +362,8 @@ void changeFunctionOp(Tbytes& in, Tworld& world, TparamCurve& curve)
         for (TkeyframeHandle* handle : run) {
             deform.addOrigValue(handle->keyframe(), float(handle->timeValue().seconds()), handle->value(), in.number());
         }
-        lattice->setLatticePair(in.below(4), in.below(4), in.modest(), in.modest());
+        auto const [s, t, x, y] = std::tuple{in.below(4), in.below(4), in.modest(), in.modest()};
+        lattice->setLatticePair(s, t, x, y);
         deform.setLatticeDirty();
         curve.moveKeys(run, oldTimes, deform, option, in.flag());
         if (in.flag()) {
@@ -335,20 +386,25 @@ void retimeOp(Tbytes& in, Tworld& world, TparamCurve& curve)
         (i <= split + in.below(3) ? region : ripple).insert(curve.timeValue(i), pick);
     }
     TpickKeyList const& other = in.flag() ? picksOn(in, world, curve) : region;
-    curve.retimeRegions(region, other, ripple, float(in.modest()), float(in.modest()), float(in.modest()),
-                        anyTime(in, curve), anyTime(in, curve));
+    auto const [scaleA, scaleB, rippleOffset, pivotA, pivotB] =
+        std::tuple{float(in.modest()), float(in.modest()), float(in.modest()), anyTime(in, curve), anyTime(in, curve)};
+    curve.retimeRegions(region, other, ripple, scaleA, scaleB, rippleOffset, pivotA, pivotB);
 }
 
 void clipboardOp(Tbytes& in, Tworld& world, TparamCurve& curve)
 {
     TclipboardCurves& clipboard = world.clipboard();
     switch (variant(in.below(5))) {
-    case 0:
-        clipboard.copyRange(curve, anyTime(in, curve), anyTime(in, curve), TparamCurve::TcopyOption(in.below(4)));
+    case 0: {
+        auto const [start, end, option] = std::tuple{anyTime(in, curve), anyTime(in, curve), in.below(4)};
+        clipboard.copyRange(curve, start, end, TparamCurve::TcopyOption(option));
         break;
-    case 1:
-        clipboard.cutRange(curve, anyTime(in, curve), anyTime(in, curve), TparamCurve::TcutOption(in.below(8)));
+    }
+    case 1: {
+        auto const [start, end, option] = std::tuple{anyTime(in, curve), anyTime(in, curve), in.below(8)};
+        clipboard.cutRange(curve, start, end, TparamCurve::TcutOption(option));
         break;
+    }
     case 2: {
         TparamCurve* slots[3] = {};
         TpickKeyList const& picks = picksOn(in, world, curve);
@@ -366,9 +422,8 @@ void clipboardOp(Tbytes& in, Tworld& world, TparamCurve& curve)
         settings.fValueOffset = in.byte() < 32 ? in.number() : 0.0;
         settings.fValueScale = in.byte() < 32 ? in.number() : 1.0;
         settings.fSourceIndex = in.below(4);
-        TtimeValue const start = anyTime(in, curve);
-        clipboard.pasteOnto(curve, start, start + anyTime(in, curve), TparamCurve::TpasteOption(in.below(12)),
-                            settings);
+        auto const [start, length, option] = std::tuple{anyTime(in, curve), anyTime(in, curve), in.below(12)};
+        clipboard.pasteOnto(curve, start, start + length, TparamCurve::TpasteOption(option), settings);
         break;
     }
     }
@@ -379,15 +434,21 @@ void rotationOp(Tbytes& in, Tworld& world)
     TrotationTriple& triple = world.triple();
     switch (variant(in.below(3))) {
     case 0: triple.setRotationInterpolation(TparamCurveEnums::TrotationInterpolation(in.below(7))); break;
-    case 1:
-        triple.setKey(anyTime(in, *triple.channel(0)), TrotateXYZ{in.number(), in.number(), in.number()}, anyType(in),
-                      anyType(in));
+    case 1: {
+        auto const [time, angles, inType, outType] =
+            std::tuple{anyTime(in, *triple.channel(0)), TrotateXYZ{in.number(), in.number(), in.number()}, anyType(in),
+                       anyType(in)};
+        triple.setKey(time, angles, inType, outType);
         break;
-    default:
-        triple.channel(0)->moveKeyframe(anyIndex(in, *triple.channel(0)), anyTime(in, *triple.channel(0)),
-                                        Tquaternion(in.modest(), in.modest(), in.modest(), in.modest()),
-                                        TparamCurveEnums::TmoveOption(in.below(4)), true);
+    }
+    default: {
+        TparamCurve& x = *triple.channel(0);
+        auto const [index, time, rotation, option] =
+            std::tuple{anyIndex(in, x), anyTime(in, x), Tquaternion{in.modest(), in.modest(), in.modest(), in.modest()},
+                       in.below(4)};
+        x.moveKeyframe(index, time, rotation, TparamCurveEnums::TmoveOption(option), true);
         break;
+    }
     }
 }
 
@@ -395,23 +456,57 @@ void tangentOp(Tbytes& in, Tworld& world, TparamCurve& curve)
 {
     unsigned const at = anyIndex(in, curve);
     switch (variant(in.below(7))) {
-    case 0: curve.setTangentType(at, anyType(in), anyType(in)); break;
-    case 1: curve.dragTangent(at, float(in.number()), float(in.number()), in.flag()); break;
-    case 2: curve.editTangent(at, float(in.number()), float(in.number()), in.flag(), float(in.modest()), 1.0f); break;
+    case 0: {
+        auto const [inType, outType] = std::tuple{anyType(in), anyType(in)};
+        curve.setTangentType(at, inType, outType);
+        break;
+    }
+    case 1: {
+        auto const [x, y, side] = std::tuple{float(in.number()), float(in.number()), in.flag()};
+        curve.dragTangent(at, x, y, side);
+        break;
+    }
+    case 2: {
+        auto const [x, y, side, xScale] =
+            std::tuple{float(in.number()), float(in.number()), in.flag(), float(in.modest())};
+        curve.editTangent(at, x, y, side, xScale, 1.0f);
+        break;
+    }
     case 3: curve.setTangentsLocked(at, in.flag()); break;
     case 4: curve.setWeightsLocked(at, in.flag()); break;
     case 5: curve.setIsWeighted(in.flag()); break;
-    default: curve.adjustTangents(picksOn(in, world, curve), float(in.number()), float(in.number()), 1.0f, 1.0f); break;
+    default: {
+        TpickKeyList const& picks = picksOn(in, world, curve);
+        auto const [x, y] = std::tuple{float(in.number()), float(in.number())};
+        curve.adjustTangents(picks, x, y, 1.0f, 1.0f);
+        break;
+    }
     }
 }
 
 void keyOp(Tbytes& in, TparamCurve& curve)
 {
     switch (variant(in.below(9))) {
-    case 0: curve.add(anyKey(in, curve), in.flag(), in.flag(), in.flag()); break;
-    case 1: curve.insert(anyKey(in, curve), in.flag(), in.flag()); break;
-    case 2: curve.insertKey(anyKey(in, curve), in.flag()); break;
-    case 3: curve.insert(anyTime(in, curve), in.flag(), in.flag()); break;
+    case 0: {
+        auto const [key, select, keepTangents, quiet] = std::tuple{anyKey(in, curve), in.flag(), in.flag(), in.flag()};
+        curve.add(key, select, keepTangents, quiet);
+        break;
+    }
+    case 1: {
+        auto const [key, keepTangents, select] = std::tuple{anyKey(in, curve), in.flag(), in.flag()};
+        curve.insert(key, keepTangents, select);
+        break;
+    }
+    case 2: {
+        auto const [key, preserveShape] = std::tuple{anyKey(in, curve), in.flag()};
+        curve.insertKey(key, preserveShape);
+        break;
+    }
+    case 3: {
+        auto const [time, breakdown, allChannels] = std::tuple{anyTime(in, curve), in.flag(), in.flag()};
+        curve.insert(time, breakdown, allChannels);
+        break;
+    }
     case 4: {
         TanimTimeArray times;
         TdoubleArray values;
@@ -419,10 +514,15 @@ void keyOp(Tbytes& in, TparamCurve& curve)
             times.addLast(TanimTime(in.modest() + 2.0, kSeconds));
             values.addLast(in.number());
         }
-        curve.blockAdd(times, values, anyType(in), anyType(in));
+        auto const [inType, outType] = std::tuple{anyType(in), anyType(in)};
+        curve.blockAdd(times, values, inType, outType);
         break;
     }
-    case 5: curve.remove(anyIndex(in, curve), nullptr, in.flag()); break;
+    case 5: {
+        auto const [index, allChannels] = std::tuple{anyIndex(in, curve), in.flag()};
+        curve.remove(index, nullptr, allChannels);
+        break;
+    }
     case 6:
         if (Tkeyframe* old = curve.keyframe(anyIndex(in, curve))) {
             Tkeyframe replacement(*old);
@@ -431,7 +531,11 @@ void keyOp(Tbytes& in, TparamCurve& curve)
             curve.replaceKey(old, replacement);
         }
         break;
-    case 7: curve.setBreakdown(anyIndex(in, curve), in.flag()); break;
+    case 7: {
+        auto const [index, on] = std::tuple{anyIndex(in, curve), in.flag()};
+        curve.setBreakdown(index, on);
+        break;
+    }
     default:
         in.flag() ? curve.setPreInfinityType(TparamCurveEnums::TinfinityType(int(in.below(8)) - 1))
                   : curve.setPostInfinityType(TparamCurveEnums::TinfinityType(int(in.below(8)) - 1));
@@ -518,7 +622,7 @@ void runFuzzInput(std::uint8_t const* data, std::size_t size)
     Tworld world;
     std::string const first = world.state();
     world.openStep();
-    for (unsigned ops = 0; in.more() && ops < 64; ++ops) {
+    for (unsigned ops = 0; in.more() && ops < 64 && !world.overgrown(); ++ops) {
         unsigned const op = in.below(std::size(kOpNames));
         unsigned const which = in.below(world.count());
         TparamCurve& curve = world.curve(which);
