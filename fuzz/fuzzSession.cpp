@@ -104,6 +104,7 @@ TtangentType anyType(Tbytes& in)
 }
 
 constexpr unsigned kMaxSessionKeys = 512;
+constexpr std::size_t kKeptHandles = 32;
 
 // Curves of both forms and a rotation triple, with the handles, picks and
 // clipboard a host keeps around them, and the undo steps made so far.
@@ -142,6 +143,15 @@ public:
     TparamCurve& curve(unsigned i) { return *fCurves[i % fCurves.size()]; }
     TrotationTriple& triple() { return *fTriple; }
     std::vector<std::unique_ptr<TkeyframeHandle>>& handles() { return fHandles; }
+    // Keeps the newest handles only: every key added or removed tells each
+    // handle of its curve, and a long session would otherwise spend its time
+    // there. Older handles still outlive the keys they named.
+    void forgetOldHandles()
+    {
+        if (fHandles.size() > kKeptHandles) {
+            fHandles.erase(fHandles.begin(), fHandles.end() - kKeptHandles);
+        }
+    }
     TclipboardCurves& clipboard() { return fClipboard; }
     std::unique_ptr<TpickKeyList>& picks() { return fPicks; }
     TparamCurve*& picksCurve() { return fPicksCurve; }
@@ -233,6 +243,7 @@ TkeyframeHandlePtrArray anyRun(Tbytes& in, Tworld& world, TparamCurve& curve)
     }
     unsigned const first = in.below(n);
     unsigned const last = std::min(n - 1, first + in.below(6));
+    world.forgetOldHandles();
     for (unsigned i = first; i <= last; ++i) {
         world.handles().push_back(std::make_unique<TkeyframeHandle>(&curve, i, in.flag()));
         run.addLast(world.handles().back().get());
