@@ -17,8 +17,8 @@
 #include <map>
 #include <memory>
 #include <random>
-#include <string>
 #include <span>
+#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -561,9 +561,10 @@ void registerBulk()
     constexpr unsigned kKeys = 1024;
     auto curve = std::shared_ptr<TparamCurve>(keelref::benchCurve(kKeys, keelref::Tkind::kHermite, 7));
     auto reference = std::make_shared<keelref::Tcurve>(keelref::fromEngine(*curve, keelref::Tkind::kHermite));
-    for (auto const& [times, how] : {std::pair{sweep(kKeys, false), "in order"}, std::pair{randomTimes(kKeys), "random"}}) {
-        std::string const name = "bulk: one curve of 1024 keys at " + std::to_string(times.size()) + " times, " + how +
-                                 " (per time)";
+    for (auto const& [times, how] :
+         {std::pair{sweep(kKeys, false), "in order"}, std::pair{randomTimes(kKeys), "random"}}) {
+        std::string const name =
+            "bulk: one curve of 1024 keys at " + std::to_string(times.size()) + " times, " + how + " (per time)";
         auto seconds = std::make_shared<std::vector<float>>(times.begin(), times.end());
         auto values = std::make_shared<std::vector<double>>(times.size());
         result(name).fTarget = kBulkTarget;
@@ -587,7 +588,7 @@ void registerBulk()
                                              benchmark::DoNotOptimize(values->data());
                                          }
                                      })
-                ->MinTime(0.05)
+            ->MinTime(0.05)
             ->Repetitions(kRepetitions);
     }
 }
@@ -698,7 +699,7 @@ int main(int argc, char** argv)
     Tresult& threads = result("two threads on disjoint curves (speed-up)");
     threads = {threadSpeedUp(), 0.0, 1.8, false, "x"};
     result("two threads on the same curves, each through its own cursors (speed-up)") = {sharedCurvesSpeedUp(), 0.0,
-                                                                                          1.8, false, "x"};
+                                                                                         1.8, false, "x"};
 
     unsigned within = 0;
     std::printf("\n| case | engine | reference | ratio | target |\n|---|---|---|---|---|\n");

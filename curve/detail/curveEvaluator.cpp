@@ -597,39 +597,6 @@ double TparamCurve::evaluate(float seconds)
     return finiteForFiniteTime(value, seconds, [&] { return evaluateNearTheLimit(TtimeValue(seconds)); });
 }
 
-bool TparamCurve::evaluate(std::span<TtimeValue const> times, std::span<double> values)
-{
-    if (values.size() < times.size()) {
-        return false;
-    }
-    for (std::size_t i = 0; i < times.size(); ++i) {
-        values[i] = evaluate(times[i]);
-    }
-    return true;
-}
-
-bool TparamCurve::evaluate(std::span<float const> seconds, std::span<double> values)
-{
-    if (values.size() < seconds.size()) {
-        return false;
-    }
-    for (std::size_t i = 0; i < seconds.size(); ++i) {
-        values[i] = evaluate(seconds[i]);
-    }
-    return true;
-}
-
-bool TparamCurve::evaluate(std::span<TparamCurve* const> curves, TtimeValue const& time, std::span<double> values)
-{
-    if (values.size() < curves.size()) {
-        return false;
-    }
-    for (std::size_t i = 0; i < curves.size(); ++i) {
-        values[i] = curves[i] != nullptr ? curves[i]->evaluate(time) : 0.0;
-    }
-    return true;
-}
-
 // The cursor's evaluator does what the curve's own does, on the cursor's
 // state: nothing of the curve is written. (The near-limit fallback
 // evaluates a scaled copy of the curve.)
@@ -648,17 +615,6 @@ double TparamCurve::evaluate(TtimeValue const& time, TevalCursor& cursor) const
 double TparamCurve::evaluate(float seconds, TevalCursor& cursor) const
 {
     return evaluate(TtimeValue(seconds), cursor);
-}
-
-bool TparamCurve::evaluate(std::span<TtimeValue const> times, std::span<double> values, TevalCursor& cursor) const
-{
-    if (values.size() < times.size()) {
-        return false;
-    }
-    for (std::size_t i = 0; i < times.size(); ++i) {
-        values[i] = evaluate(times[i], cursor);
-    }
-    return true;
 }
 
 bool TparamCurve::evaluate(unsigned index, double* value, double* outSlope)

@@ -11,9 +11,9 @@
 
 #include <algorithm>
 #include <bit>
-#include <utility>
 #include <cstdint>
 #include <random>
+#include <utility>
 #include <vector>
 
 namespace {
