@@ -87,4 +87,39 @@ TEST(ThreadedEvaluation, OneCurveSetSharedByTwoThreadsThroughTheirOwnCursors)
     EXPECT_EQ(fromOther, expected);
 }
 
+// Quaternion channels fill caches their triple shares: evaluations through
+// cursors take turns on them, and give what the channels' own give.
+TEST(ThreadedEvaluation, AQuaternionTripleSharedByTwoThreadsThroughTheirOwnCursors)
+{
+    TparamCurve channels[3];
+    TrotationTriple triple(channels[0], channels[1], channels[2]);
+    for (int i = 0; i < 12; ++i) {
+        triple.setKey(TtimeValue(float(i)), TrotateXYZ{0.7 * i, 0.3 * i - 1.0, 2.9 - 0.5 * i}, kTangentSpline,
+                      kTangentSpline);
+    }
+    ASSERT_TRUE(triple.setRotationInterpolation(TparamCurveEnums::kQuaternionSlerp));
+    std::vector<double> expected;
+    for (int frame = -24; frame < 300; ++frame) {
+        for (TparamCurve& channel : channels) {
+            expected.push_back(channel.evaluate(float(frame) / 24.0f));
+        }
+    }
+    auto sweep = [&channels] {
+        TevalCursor cursors[3];
+        std::vector<double> values;
+        for (int frame = -24; frame < 300; ++frame) {
+            for (int c = 0; c < 3; ++c) {
+                values.push_back(std::as_const(channels[c]).evaluate(float(frame) / 24.0f, cursors[c]));
+            }
+        }
+        return values;
+    };
+    std::vector<double> fromOther;
+    std::thread other([&] { fromOther = sweep(); });
+    std::vector<double> const fromThis = sweep();
+    other.join();
+    EXPECT_EQ(fromThis, expected);
+    EXPECT_EQ(fromOther, expected);
+}
+
 }  // namespace
