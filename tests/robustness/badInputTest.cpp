@@ -14,7 +14,9 @@
 #include <functional>
 #include <limits>
 #include <memory>
+#include <span>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -88,6 +90,31 @@ std::vector<Trow> const& rows()
         {"find", "NaN", R::kRefused, [](Tfixture& f) { unsigned i = 0; return f.curve().find(t(kNaN), i); }},
         {"evaluate(index)", "the key count", R::kRefused,
          [](Tfixture& f) { double v = 0; return f.curve().evaluate(kKeys, &v, nullptr); }},
+        {"evaluate(times, values)", "fewer values than times", R::kRefused,
+         [](Tfixture& f) {
+             float const times[] = {0.5f, 1.5f};
+             double values[1] = {};
+             return f.curve().evaluate(std::span<float const>(times), values);
+         }},
+        {"evaluate(curves, time, values)", "a null curve, NaN", R::kAccepted,
+         [](Tfixture& f) {
+             TparamCurve* const curves[] = {&f.curve(), nullptr};
+             double values[2] = {1.0, 1.0};
+             return TparamCurve::evaluate(std::span<TparamCurve* const>(curves), t(kNaN), values) &&
+                    values[0] == f.curve().evaluate(kNaN) && values[1] == 0.0;
+         }},
+        {"evaluate(times, values, cursor)", "NaN, ±inf, FLT_MAX", R::kAccepted,
+         [](Tfixture& f) {
+             TtimeValue const times[] = {t(kNaN), t(kInf), t(-kInf), t(FLT_MAX), t(-FLT_MAX)};
+             double values[5] = {};
+             TevalCursor cursor;
+             bool same = std::as_const(f.curve()).evaluate(std::span<TtimeValue const>(times), values, cursor);
+             for (int i = 0; i < 5; ++i) {
+                 same = same && (values[i] == f.curve().evaluate(times[i]) ||
+                                 (std::isnan(values[i]) && std::isnan(f.curve().evaluate(times[i]))));
+             }
+             return same;
+         }},
         {"boundingBox", "the key count as span", R::kRefused,
          [](Tfixture& f) { float a, b; double c, d; return f.curve().boundingBox(kKeys, a, c, b, d, true); }},
         // Key edits.
