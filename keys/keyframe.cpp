@@ -162,7 +162,7 @@ Tkeyframe::Tkeyframe(float seconds, double value, double quatComponent, Ttangent
     : Tkeyframe(seconds, value, in, out)
 {
     if (!std::isnan(quatComponent)) {
-        fQuatComponent = narrowUnclamped(quatComponent);
+        fQuatComponent = auxComponent(quatComponent);
     }
 }
 
@@ -170,7 +170,7 @@ Tkeyframe::Tkeyframe(TanimTime time, double value, double quatComponent, Ttangen
     : Tkeyframe(time, value, in, out)
 {
     if (!std::isnan(quatComponent)) {
-        fQuatComponent = narrowUnclamped(quatComponent);
+        fQuatComponent = auxComponent(quatComponent);
     }
 }
 
@@ -178,7 +178,7 @@ Tkeyframe::Tkeyframe(TtimeValue const& time, double value, double quatComponent,
     : Tkeyframe(time, value, in, out)
 {
     if (!std::isnan(quatComponent)) {
-        fQuatComponent = narrowUnclamped(quatComponent);
+        fQuatComponent = auxComponent(quatComponent);
     }
 }
 

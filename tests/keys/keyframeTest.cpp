@@ -94,6 +94,10 @@ TEST(KeyClamping, ValuesTimesAndTheAuxiliaryComponent)
         EXPECT_EQ(key.value(), c.fStoredValue) << c.fGiven;
         EXPECT_TRUE(key.setTimeAndValue(TtimeValue(1.0f), 2.0, c.fGiven));
         EXPECT_EQ(key.quatComponent(), c.fStoredAux) << c.fGiven;
+        // Found by fuzzing: a key made with a component the setter snaps
+        // could not be put back exactly by the undo of a move.
+        Tkeyframe const made(TtimeValue(1.0f), 2.0, c.fGiven, kTangentFixed, kTangentFixed);
+        EXPECT_EQ(made.quatComponent(), c.fStoredAux) << "made with " << c.fGiven;
     }
     Tkeyframe key;
     key.setTime(TtimeValue(4e-6f));
