@@ -210,9 +210,8 @@ TEST(UndoRegressions, AKeyReDerivedThenDraggedInOneChangeRedoesToTheDrag)
         TpickKeyDictionary picks;
         for (unsigned index : {1u, 2u}) {
             TpickKey key;
-            ASSERT_EQ(key.create(curve.get(), index, TbitField32(kPickInTangentMask | kPickOutTangentMask), false,
-                                 true),
-                      0);
+            ASSERT_EQ(
+                key.create(curve.get(), index, TbitField32(kPickInTangentMask | kPickOutTangentMask), false, true), 0);
             picks.insert(curve->timeValue(index), key);
         }
         std::string const before = curveState(*curve);
