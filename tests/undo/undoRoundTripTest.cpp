@@ -106,6 +106,22 @@ TEST(UndoRoundTrip, RefusedReplayChangesNothingAndSaysNothing)
     }
 }
 
+// Records `edit` in one modification of `curve`, then checks that undo gives
+// back the curve before it and redo the curve after it.
+template <class Edit> void expectUndoAndRedo(TparamCurve& curve, Edit&& edit, std::string const& label)
+{
+    std::string const before = curveState(curve);
+    TparamCurveDeltaUser user;
+    user.beginParamCurveMod(curve);
+    edit();
+    user.endParamCurveMod(curve);
+    std::string const after = curveState(curve);
+    user.undoPC();
+    EXPECT_EQ(curveState(curve), before) << label;
+    user.redoPC();
+    EXPECT_EQ(curveState(curve), after) << label;
+}
+
 // Edits that record nothing make no step: setValue is not undoable.
 // Found by fuzzing: a change of tangent types recorded nothing, so undo
 // kept the new types and a redo of the key's insertion brought back tangents
@@ -114,18 +130,14 @@ TEST(UndoRegressions, TangentTypeChangesUndoAndRedo)
 {
     for (TtangentType type : {kTangentSlow, kTangentClamped, kTangentStep, kTangentLinear, kTangentPlateau}) {
         auto curve = keeltest::floatCurve({{0.0f, 1.0f}, {1.0f, 3.0f}, {2.5f, 2.0f}});
-        TparamCurveDeltaUser user;
-        std::string const before = curveState(*curve);
-        user.beginParamCurveMod(*curve);
-        curve->insert(TtimeValue(1.5f), false, false);
-        curve->setTangentType(2, type, kTangentClamped);
-        curve->setTangentType(0, type, kPickOutTangentBit);
-        user.endParamCurveMod(*curve);
-        std::string const after = curveState(*curve);
-        user.undoPC();
-        EXPECT_EQ(curveState(*curve), before) << "type " << type;
-        user.redoPC();
-        EXPECT_EQ(curveState(*curve), after) << "type " << type;
+        expectUndoAndRedo(
+            *curve,
+            [&] {
+                curve->insert(TtimeValue(1.5f), false, false);
+                curve->setTangentType(2, type, kTangentClamped);
+                curve->setTangentType(0, type, kPickOutTangentBit);
+            },
+            "type " + std::to_string(type));
     }
 }
 
@@ -214,16 +226,9 @@ TEST(UndoRegressions, AKeyReDerivedThenDraggedInOneChangeRedoesToTheDrag)
                 key.create(curve.get(), index, TbitField32(kPickInTangentMask | kPickOutTangentMask), false, true), 0);
             picks.insert(curve->timeValue(index), key);
         }
-        std::string const before = curveState(*curve);
-        TparamCurveDeltaUser user;
-        user.beginParamCurveMod(*curve);
-        ASSERT_TRUE(curve->adjustTangents(picks, 1e-5f, 1.0f, 1.0f, 1.0f)) << "type " << type;
-        user.endParamCurveMod(*curve);
-        std::string const after = curveState(*curve);
-        user.undoPC();
-        EXPECT_EQ(curveState(*curve), before) << "type " << type;
-        user.redoPC();
-        EXPECT_EQ(curveState(*curve), after) << "type " << type;
+        expectUndoAndRedo(
+            *curve, [&] { EXPECT_TRUE(curve->adjustTangents(picks, 1e-5f, 1.0f, 1.0f, 1.0f)); },
+            "type " + std::to_string(type));
     }
 }
 
