@@ -5,6 +5,7 @@
 #include <keelanim/keelanim.h>
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cfloat>
 #include <cmath>
@@ -15,6 +16,7 @@
 #include <memory>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -133,6 +135,8 @@ public:
     }
 
     unsigned count() const { return unsigned(fCurves.size()); }
+    // A cursor kept for each curve across the whole session.
+    TevalCursor& cursor(unsigned i) { return fCursors[i % fCursors.size()]; }
     // Whether a curve has grown past what a session keeps working on: a
     // paste or an infinity copy can make thousands of keys, and every later
     // call, check and undo would then pay for them.
@@ -222,6 +226,7 @@ public:
 private:
     std::vector<std::unique_ptr<TparamCurve>> fCurves;
     std::unique_ptr<TrotationTriple> fTriple;
+    std::array<TevalCursor, 5> fCursors;
     std::vector<std::unique_ptr<TkeyframeHandle>> fHandles;
     std::unique_ptr<TpickKeyList> fPicks;
     TparamCurve* fPicksCurve = nullptr;
@@ -604,7 +609,9 @@ void readHandles(Tworld& world)
     static_cast<void>(sink);
 }
 
-void checkCurve(TparamCurve& curve, char const* after)
+// The curve's invariants; `cursor` has evaluated it after earlier calls and
+// must follow its edits, answering exactly what the curve answers.
+void checkCurve(TparamCurve& curve, TevalCursor& cursor, char const* after)
 {
     if (!keeltest::keysInOrder(curve)) {
         broke(after, "keys out of order\n" + keeltest::curveState(curve));
@@ -633,6 +640,11 @@ void checkCurve(TparamCurve& curve, char const* after)
         double const value = curve.evaluate(time);
         if (!std::isfinite(value)) {
             broke(after, "evaluation at a finite time is not finite: t = " + std::to_string(t) + "\n" +
+                             keeltest::curveState(curve));
+        }
+        double const throughCursor = std::as_const(curve).evaluate(time, cursor);
+        if (std::bit_cast<std::uint64_t>(throughCursor) != std::bit_cast<std::uint64_t>(value)) {
+            broke(after, "a cursor's evaluation differs from the curve's: t = " + std::to_string(t) + "\n" +
                              keeltest::curveState(curve));
         }
     }
@@ -707,7 +719,7 @@ void runFuzzInput(std::uint8_t const* data, std::size_t size)
         }
         }
         for (unsigned c = 0; c < world.count(); ++c) {
-            checkCurve(world.curve(c), kOpNames[op]);
+            checkCurve(world.curve(c), world.cursor(c), kOpNames[op]);
         }
         if (gTrace) {
             std::fprintf(stderr, "%s", world.state().c_str());
