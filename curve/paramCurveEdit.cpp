@@ -578,18 +578,7 @@ bool TparamCurve::mergeBlock(TanimTime const* times, double const* values, unsig
 
 bool TparamCurve::replaceKey(Tkeyframe* old, Tkeyframe const& replacement)
 {
-    unsigned const index = indexOfKey(old);
-    if (index == kArrayFailure || !acceptsTimeForm(replacement.timeValue())) {
-        return false;
-    }
-    // The replacement must keep the order with the neighbours.
-    Tkeyframe const* before = keyframe(index - 1);
-    Tkeyframe const* after = keyframe(index + 1);
-    bool const ordered = fTickKeys != nullptr
-                             ? (index == 0 || before->animTime() < replacement.animTime()) &&
-                                   (after == nullptr || replacement.animTime() < after->animTime())
-                             : (index == 0 || *before < replacement) && (after == nullptr || replacement < *after);
-    if (!ordered) {
+    if (!fitsInPlace(old, replacement)) {
         return false;
     }
     TchangeScope change(*this, kChangeReplace);
@@ -599,11 +588,41 @@ bool TparamCurve::replaceKey(Tkeyframe* old, Tkeyframe const& replacement)
     if (TcurveEditRecorder* recorder = TcurveEditKit::recorder(*this)) {
         record(recorder->keyReplaced(*this, old, *old));
     }
+    writeInPlace(old, replacement);
+    change.modified();
+    return true;
+}
+
+// The replacement must be of the curve's time form and keep the order with
+// the neighbours.
+bool TparamCurve::fitsInPlace(Tkeyframe const* old, Tkeyframe const& replacement) const
+{
+    unsigned const index = indexOfKey(old);
+    if (index == kArrayFailure || !acceptsTimeForm(replacement.timeValue())) {
+        return false;
+    }
+    Tkeyframe const* before = keyframe(index - 1);
+    Tkeyframe const* after = keyframe(index + 1);
+    return fTickKeys != nullptr ? (index == 0 || before->animTime() < replacement.animTime()) &&
+                                      (after == nullptr || replacement.animTime() < after->animTime())
+                                : (index == 0 || *before < replacement) && (after == nullptr || replacement < *after);
+}
+
+void TparamCurve::writeInPlace(Tkeyframe* old, Tkeyframe const& replacement)
+{
+    unsigned const index = indexOfKey(old);
     *old = replacement;
     keysChangedAround(index, false);
     recheckStatic(index);
     notifyClientsOfChange(old, TparamCurveModifiedMsg::kKeyChanged);
-    change.modified();
+}
+
+bool TparamCurve::putBackKey(Tkeyframe* key, Tkeyframe const& contents)
+{
+    if (!fitsInPlace(key, contents)) {
+        return false;
+    }
+    writeInPlace(key, contents);
     return true;
 }
 

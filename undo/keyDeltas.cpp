@@ -261,8 +261,10 @@ TPCDinsertKey::~TPCDinsertKey()
 }
 
 // Swaps the neighbours of the key slot at `keyIndex` (the slot the inserted
-// key has or had) with the snapshots. replaceKey keeps the restored tangents
-// and re-derives whatever depends on them.
+// key has or had) with the snapshots, inside the record's own bracket: the
+// insertion reshaped them under its mask, which a lock on replacements
+// (kChangeReplace) must not refuse here. The restored tangents stay, and what
+// depends on them is derived again.
 void TPCDinsertKey::exchangeNeighbours(unsigned keyIndex)
 {
     bool const present = fParamCurve->keyframe(keyIndex) == fKey;
@@ -273,7 +275,7 @@ void TPCDinsertKey::exchangeNeighbours(unsigned keyIndex)
             continue;
         }
         Tkeyframe const current(*onCurve);
-        if (fParamCurve->replaceKey(onCurve, *snapshot)) {
+        if (TcurveEditKit::putBackKey(*fParamCurve, onCurve, *snapshot)) {
             *snapshot = current;
         }
     }

@@ -89,6 +89,13 @@ public:
     {
         return curve.keyAsTheChangeFoundIt(key);
     }
+    // Overwrites `key` with `contents` (same time order), inside a bracket the
+    // caller holds: for records that put back neighbours their edit changed.
+    // False when the contents would break the order.
+    static bool putBackKey(TparamCurve& curve, Tkeyframe* key, Tkeyframe const& contents)
+    {
+        return curve.putBackKey(key, contents);
+    }
     // Tangents, span methods and caches of every key renewed.
     static void allKeysChanged(TparamCurve& curve) { curve.allKeysChanged(); }
     // A host time in the form the keys store it.

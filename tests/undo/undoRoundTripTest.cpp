@@ -232,6 +232,27 @@ TEST(UndoRegressions, AKeyReDerivedThenDraggedInOneChangeRedoesToTheDrag)
     }
 }
 
+// Found by fuzzing: with replacements locked (a tangent-type bit), a cut that
+// keys both ends of its range could not redo how the second key reshaped its
+// neighbours: they went back through replaceKey, whose mask the lock
+// refuses, although the insertion itself was allowed.
+TEST(UndoRegressions, InsertionsReshapeTheirNeighboursAgainUnderAReplacementLock)
+{
+    auto curve = keeltest::buildCurve(false, false,
+                                      {{-3.5, 5.0, 0.375f, 0, 0, 0, kTangentAuto, kTangentHermite},
+                                       {7.25, 0.0, 10.75f, -9.956f, 0, 0, kTangentAuto, kTangentHermite},
+                                       {82.086, -74.3, 74.836f, 0, 0, 0, kTangentAuto, kTangentHermite}});
+    curve->setLockedParams(128);
+    TclipboardCurves clipboard;
+    expectUndoAndRedo(
+        *curve,
+        [&] {
+            EXPECT_TRUE(clipboard.cutRange(*curve, TtimeValue(TanimTime(4.25, kSeconds)),
+                                           TtimeValue(TanimTime(5.5, kSeconds)), TparamCurve::TcutOption(3)));
+        },
+        "a cut keying both ends");
+}
+
 TEST(UndoSteps, AModificationOfUnrecordedEditsMakesNoStep)
 {
     auto curve = keeltest::floatCurve({{0.0f, 0.0}, {1.0f, 1.0}, {2.0f, 0.0}});

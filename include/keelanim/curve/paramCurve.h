@@ -993,6 +993,14 @@ private:
     void registerLive();
     void unregisterLive();
     template <class Retype> bool retypeTangents(unsigned index, Retype&& retype);
+    // replaceKey's parts: whether `replacement` can overwrite `old` in place,
+    // and the overwrite with what follows it (no bracket, no record).
+    bool fitsInPlace(Tkeyframe const* old, Tkeyframe const& replacement) const;
+    void writeInPlace(Tkeyframe* old, Tkeyframe const& replacement);
+    // A key's contents put back by an undo record inside its own bracket: the
+    // edit it undoes changed the key under that edit's mask, whatever a
+    // replacement's mask would say (see TcurveEditKit::putBackKey).
+    bool putBackKey(Tkeyframe* key, Tkeyframe const& contents);
     void recordTangentEdit(unsigned index, Tkeyframe const& before);
     // evaluate() where a span's arithmetic overflowed (see the source).
     double evaluateNearTheLimit(TtimeValue const& time);
