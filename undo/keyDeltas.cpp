@@ -196,8 +196,10 @@ bool TPCDaddRemoveKey::swapWithCurve()
     if (fKeyframe == nullptr || fKey == nullptr) {
         return false;
     }
+    // Inside the record's own bracket, as the neighbours of an insertion go
+    // back: a lock on replacements set since must not split the step.
     Tkeyframe const current(*fKeyframe);
-    if (!fParamCurve->replaceKey(fKeyframe, *fKey)) {
+    if (!TcurveEditKit::putBackKey(*fParamCurve, fKeyframe, *fKey)) {
         return false;
     }
     *fKey = current;

@@ -253,6 +253,30 @@ TEST(UndoRegressions, InsertionsReshapeTheirNeighboursAgainUnderAReplacementLock
         "a cut keying both ends");
 }
 
+// Found by fuzzing: keys replaced on a rotation triple, then a lock on
+// replacements set on one channel. Undo and redo of the step went through
+// replaceKey, which the lock refuses, so redo gave back another key.
+TEST(UndoRegressions, ReplacedKeysComeBackWholeAfterALockOnReplacements)
+{
+    TparamCurve channels[3];
+    TrotationTriple triple(channels[0], channels[1], channels[2]);
+    auto states = [&channels] { return curveState(channels[0]) + curveState(channels[1]) + curveState(channels[2]); };
+    TparamCurveDeltaUser user;
+    for (TparamCurve& channel : channels) {
+        user.beginParamCurveMod(channel);
+    }
+    ASSERT_TRUE(channels[0].insert(TtimeValue(2.0f), false, true));
+    ASSERT_TRUE(triple.setKey(TtimeValue(2.0f), TrotateXYZ{0.3, -0.2, 0.9}, TtangentType(55), TtangentType(41)));
+    for (TparamCurve& channel : channels) {
+        user.endParamCurveMod(channel);
+    }
+    channels[2].setLockedParams(128);
+    std::string const done = states();
+    user.undoPC();
+    user.redoPC();
+    EXPECT_EQ(states(), done);
+}
+
 TEST(UndoSteps, AModificationOfUnrecordedEditsMakesNoStep)
 {
     auto curve = keeltest::floatCurve({{0.0f, 0.0}, {1.0f, 1.0}, {2.0f, 0.0}});
