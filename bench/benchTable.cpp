@@ -520,9 +520,8 @@ double threadSpeedUp()
         }
         benchmark::DoNotOptimize(sum);
     };
-    auto const timed = [](auto&& run) { return bestSeconds(run); };
-    double const one = timed([&] { work(0, 2000); });
-    double const two = timed([&] {
+    double const one = bestSeconds([&] { work(0, 2000); });
+    double const two = bestSeconds([&] {
         std::thread other(work, 1000u, 2000u);
         work(0, 1000);
         other.join();

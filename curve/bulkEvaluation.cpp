@@ -27,20 +27,15 @@ constexpr int kDigitBits = 11;
 constexpr std::uint64_t kDigitMask = (std::uint64_t(1) << kDigitBits) - 1;
 
 // An unsigned key in the order of the float (NaNs end up at either end).
-std::uint32_t orderedBits(float seconds)
+std::uint32_t sweepKey(float seconds)
 {
     auto const bits = std::bit_cast<std::uint32_t>(seconds);
     return (bits & 0x80000000u) != 0 ? ~bits : (bits | 0x80000000u);
 }
 
-std::uint32_t sweepKey(float seconds)
-{
-    return orderedBits(seconds);
-}
-
 std::uint32_t sweepKey(TtimeValue const& time)
 {
-    return orderedBits(narrowToFloat(time.seconds()));
+    return sweepKey(narrowToFloat(time.seconds()));
 }
 
 // Entries (key << 32 | index) in increasing key order: a least significant

@@ -22,13 +22,6 @@ bool needsSecondPass(TtangentType type)
     return type == kTangentOldClamped || type == kTangentClamped || type == kTangentPlateau;
 }
 
-// Types whose tangents are computed from the neighbours.
-bool isComputed(TtangentType type)
-{
-    return type != kTangentGlobal && type != kTangentFixed && type <= kTangentAuto &&
-           !(type >= kTangentHermite && type <= kTangentLog);
-}
-
 }  // namespace
 
 double TparamCurve::normScaleValue() const
@@ -47,7 +40,7 @@ void TparamCurve::modifyTangentHelper(unsigned index)
     }
     // Keys whose types compute nothing are left alone without selecting a
     // segment for them: most keys of a fixed or stepped curve.
-    if (!isComputed(key->tanInType()) && !isComputed(key->tanOutType())) {
+    if (!T2dAnimCurve::hasTangentRule(key->tanInType()) && !T2dAnimCurve::hasTangentRule(key->tanOutType())) {
         return;
     }
     if (isReplaying()) {
@@ -82,7 +75,7 @@ bool TparamCurve::tangentMethodIdentifier(unsigned index, bool useIn, bool sameS
     TtangentType const deciding = useIn ? key->tanInType() : key->tanOutType();
     TtangentType const other = useIn ? key->tanOutType() : key->tanInType();
     bool const secondPass = !sameSideOnly && needsSecondPass(other);
-    if (!isComputed(deciding) && deciding != kTangentFixed) {
+    if (!T2dAnimCurve::hasTangentRule(deciding) && deciding != kTangentFixed) {
         return true;
     }
     if (!isSmoothType(deciding)) {

@@ -294,8 +294,6 @@ void finishScale(TparamCurve& curve, TrewriteSnapshot const& before, TtimeValue 
     curve.notifyClientsOfChange(curve.keyframe(0), TparamCurveModifiedMsg::kKeyChanged);
 }
 
-// Scales the values of the keys `takes` admits about the pivot, with their
-// tangents' slopes.
 // A value scale carries the vectors a key holds; sides that a tangent rule
 // derives are derived again from the scaled values afterwards, and recorded
 // then from what they were. Scaling them here too would change them before
@@ -314,6 +312,8 @@ void scaleHeldTangentsY(Tkeyframe& key, float factor)
     }
 }
 
+// Scales the values of the keys `takes` admits about the pivot, with the
+// slopes of the tangents they hold.
 template <class Takes> void scaleValues(TparamCurve& curve, float valueScale, double valuePivot, Takes&& takes)
 {
     if (valueScale == 1.0f) {

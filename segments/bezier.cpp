@@ -72,6 +72,18 @@ void ensureMachineEpsilon()
 
 // --- Power forms ------------------------------------------------------------------------
 
+// A cubic in power form (constant term first) at u, by Horner's rule, and
+// its derivative there.
+double cubicAt(double const* c, double u)
+{
+    return ((c[3] * u + c[2]) * u + c[1]) * u + c[0];
+}
+
+double slopeAt(double const* c, double u)
+{
+    return (3.0 * c[3] * u + 2.0 * c[2]) * u + c[1];
+}
+
 void bezierToPower(double p0, double p1, double p2, double p3, double* power)
 {
     power[3] = p3 - p2 - (p2 - p1) - ((p2 - p1) - (p1 - p0));
@@ -177,14 +189,11 @@ void T2dBezier::create(TparamCurve*, unsigned, double x0, double y0, double& x1,
 // negative at either end nor at its turning point when that lies inside.
 bool T2dBezier::inputNeverFalls() const
 {
-    double const c1 = fInput[1];
-    double const c2 = 2.0 * fInput[2];
-    double const c3 = 3.0 * fInput[3];
-    double lowest = std::min(c1, c1 + c2 + c3);
-    if (c3 != 0.0) {
-        double const turn = -c2 / (2.0 * c3);
+    double lowest = std::min(slopeAt(fInput, 0.0), slopeAt(fInput, 1.0));
+    if (fInput[3] != 0.0) {
+        double const turn = -fInput[2] / (3.0 * fInput[3]);
         if (turn > 0.0 && turn < 1.0) {
-            lowest = std::min(lowest, (c3 * turn + c2) * turn + c1);
+            lowest = std::min(lowest, slopeAt(fInput, turn));
         }
     }
     return lowest >= 0.0;
@@ -217,18 +226,18 @@ bool T2dBezier::newtonRoot(double u0, double& root) const
 {
     constexpr int kMaxSteps = 60;
     double const tolerance = 2.0 * sMachineEpsilon;
-    double const c0 = fInput[0] - u0;
+    double const shifted[4] = {fInput[0] - u0, fInput[1], fInput[2], fInput[3]};  // X(u) - u0
     double lo = 0.0;
     double hi = 1.0;
     double u = u0;
     for (int step = 0; step < kMaxSteps; ++step) {
-        double const f = ((fInput[3] * u + fInput[2]) * u + fInput[1]) * u + c0;
+        double const f = cubicAt(shifted, u);
         if (f == 0.0) {
             root = u;
             return true;
         }
         (f < 0.0 ? lo : hi) = u;
-        double const slope = (3.0 * fInput[3] * u + 2.0 * fInput[2]) * u + fInput[1];
+        double const slope = slopeAt(fInput, u);
         double next = slope > 0.0 ? u - f / slope : lo;
         if (!(next > lo && next < hi)) {
             next = 0.5 * (lo + hi);
@@ -279,7 +288,7 @@ double T2dBezier::rootBySearch(double u0) const
 
 double T2dBezier::valueAt(double u) const
 {
-    return ((fValue[3] * u + fValue[2]) * u + fValue[1]) * u + fValue[0];
+    return cubicAt(fValue, u);
 }
 
 double T2dBezier::evaluate(double x) const
@@ -381,9 +390,7 @@ void T2dBezier::getMinMaxTimeAndValue(float& minTime, double& minValue, float& m
     double const k3 = fValue[3];
     double const k2 = fValue[2];
     double const k1 = fValue[1];
-    auto inputAt = [this, length](double u) {
-        return static_cast<float>(fX0 + length * (((fInput[3] * u + fInput[2]) * u + fInput[1]) * u + fInput[0]));
-    };
+    auto inputAt = [this, length](double u) { return static_cast<float>(fX0 + length * cubicAt(fInput, u)); };
     if (k3 == 0.0) {
         if (k2 != 0.0) {
             double const u = -k1 / (2.0 * k2);

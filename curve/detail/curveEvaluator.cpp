@@ -88,11 +88,8 @@ double TcurveEvaluator::evaluateRules(TparamCurve& curve, TevalTime time)
     if (std::isnan(time.fSeconds)) {
         return curve.arrayCount() == 0 ? 0.0 : curve.value(0);
     }
-    // One compare on the common path: the mode is set on rotation channels.
-    if (curve.fRotationInterpolation >= TparamCurveEnums::kQuaternionTangentDependent) [[unlikely]] {
-        if (curve.isRotationCurve() && TrotationHook::fsEulerComponent != nullptr) {
-            return evaluateAsRotation(curve, time);
-        }
+    if (curve.evaluatesAsRotation() && TrotationHook::fsEulerComponent != nullptr) [[unlikely]] {
+        return evaluateAsRotation(curve, time);
     }
     return evaluateOwnRules(curve, time);
 }
@@ -605,7 +602,7 @@ double TparamCurve::evaluate(TtimeValue const& time, TevalCursor& cursor) const
     auto& curve = const_cast<TparamCurve&>(*this);
     TcurveEvaluator& cursorEvaluator = cursor.boundTo(*this);
     std::unique_lock<std::mutex> turn(sSharedRotationLock, std::defer_lock);
-    if (fRotationInterpolation >= TparamCurveEnums::kQuaternionTangentDependent && isRotationCurve()) {
+    if (evaluatesAsRotation()) {
         turn.lock();
     }
     double const value = cursorEvaluator.evaluate(curve, cursorEvaluator.evalTime(curve, time));

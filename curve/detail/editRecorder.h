@@ -76,10 +76,12 @@ public:
     // when the key is not in it).
     bool take(Tkeyframe const* key, TkeyTangents& before)
     {
-        if (!find(key, before)) {
+        auto const entry = locate(key);
+        if (entry == fEntries.end()) {
             return false;
         }
-        fEntries.erase(locate(key));
+        before = entry->fBefore;
+        fEntries.erase(entry);
         return true;
     }
     // Takes each "after" from its key as it stands now, for the keys

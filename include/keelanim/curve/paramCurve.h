@@ -1002,6 +1002,13 @@ private:
     // replacement's mask would say (see TcurveEditKit::putBackKey).
     bool putBackKey(Tkeyframe* key, Tkeyframe const& contents);
     void recordTangentEdit(unsigned index, Tkeyframe const& before);
+    // A rotation channel in a quaternion mode: its value is its angle of
+    // the triple's rotation. The mode is tested first, the common path's
+    // only compare.
+    bool evaluatesAsRotation() const
+    {
+        return fRotationInterpolation >= TparamCurveEnums::kQuaternionTangentDependent && isRotationCurve();
+    }
     // evaluate() where a span's arithmetic overflowed (see the source).
     double evaluateNearTheLimit(TtimeValue const& time);
     // Recomputes keys from..to except `keep`, and the plateau keys the
